@@ -1,0 +1,15 @@
+# One sanitizer set for the whole build, so that the emulator, the module and
+# the tests agree.
+if(DOORLOCK_SANITIZE STREQUAL "asan")
+    set(_san -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+elseif(DOORLOCK_SANITIZE STREQUAL "tsan")
+    set(_san -fsanitize=thread -fno-omit-frame-pointer)
+elseif(DOORLOCK_SANITIZE STREQUAL "ubsan")
+    set(_san -fsanitize=undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+elseif(NOT DOORLOCK_SANITIZE STREQUAL "")
+    message(FATAL_ERROR "Unknown DOORLOCK_SANITIZE '${DOORLOCK_SANITIZE}'")
+endif()
+if(DEFINED _san)
+    add_compile_options(${_san})
+    add_link_options(${_san})
+endif()

@@ -1,0 +1,184 @@
+/*
+ * Door-lock domain module: the interface between the module and the device
+ * application that owns the lock.
+ *
+ * The device application calls the three entry points below and installs two
+ * callbacks. Through them the module hands the lock typed messages (a user to
+ * set, a switch to turn on) and asks it for typed runtime records (the lock's
+ * state, its users, its plans). Every record is laid out with fixed-width
+ * fields; the size of each is part of the contract and is checked at compile
+ * time below.
+ *
+ * This header compiles as C (C99 or later) and as C++.
+ */
+#ifndef OQDEVSDK_DOOR_LOCK_H
+#define OQDEVSDK_DOOR_LOCK_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#define OQDEVSDK_DOORLOCK_API __attribute__((visibility("default")))
+#else
+#define OQDEVSDK_DOORLOCK_API
+#endif
+
+#if defined(__cplusplus)
+#define OQDEVSDK_DOORLOCK_ASSERT(cond, msg) static_assert(cond, msg)
+#else
+#define OQDEVSDK_DOORLOCK_ASSERT(cond, msg) _Static_assert(cond, msg)
+#endif
+
+/* Results of the entry points. */
+#define OQDEVSDK_DOORLOCK_OK 0
+#define OQDEVSDK_DOORLOCK_ERR_FAILED 1       /* null argument or a failed start-up step */
+#define OQDEVSDK_DOORLOCK_ERR_NOT_INITED 2   /* module not inited */
+#define OQDEVSDK_DOORLOCK_ERR_ALREADY_INITED 3
+
+/*
+ * One message between the module and the device application.
+ * pData is owned by the caller and valid only during the callback; the
+ * callee reads (Recv_Msg) or writes (Get_Runtime_Info) at most uiLen bytes.
+ */
+typedef struct oqDevSDK_DoorLock_Msg_S {
+    int32_t iType;  /* type code, see the tables below */
+    void *pData;
+    uint32_t uiLen; /* length of the record at pData in bytes */
+} oqDevSDK_DoorLock_Msg_S;
+
+/*
+ * The device application's callbacks, both returning 0 for success and a
+ * non-zero device error code otherwise; the module hands the code to the
+ * operation that asked and that operation decides what it means.
+ *
+ * Recv_Msg: the lock receives a message of a "to device" type code. It reads
+ *   uiLen bytes at pData. Some records carry outputs the lock writes back
+ *   before returning (the slot index and password of a new snap password, the
+ *   result of a user verification).
+ * Get_Runtime_Info: the lock fills the record of a "from device" type code.
+ *   It writes at most uiLen bytes at pData; the buffer is zero-filled for the
+ *   large records only, so a lock must write every field it owns.
+ *
+ * Both may be called from the kernel's routing thread, the status-report
+ * thread and the timer thread, possibly at the same time. The module holds
+ * none of its locks during a callback, so a callback may call back into the
+ * module.
+ */
+typedef struct oqDevSDK_DoorLock_Callback_S {
+    int (*Recv_Msg)(oqDevSDK_DoorLock_Msg_S *pstMsg);
+    int (*Get_Runtime_Info)(oqDevSDK_DoorLock_Msg_S *pstMsg);
+} oqDevSDK_DoorLock_Callback_S;
+
+/* The record given to oqDevSDK_DoorLock_Init. Only the callbacks are read and
+ * they are copied, so the record need not outlive the call. */
+typedef struct oqDevSDK_DoorLock_InitInfo_S {
+    oqDevSDK_DoorLock_Callback_S stCallback;
+} oqDevSDK_DoorLock_InitInfo_S;
+
+/* A message of the device application's own for the platform. */
+typedef struct oqDevSDK_DoorLock_SrvMsg_S {
+    int32_t iType;
+} oqDevSDK_DoorLock_SrvMsg_S;
+
+/* Type codes to the device (Recv_Msg) and the length of each record. */
+#define OQDEVSDK_DOORLOCK_TO_DEV_SWITCH 0          /* oqDevSDK_DoorLock_SwitchCfg_S */
+#define OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE 1    /* int32_t */
+#define OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE 2       /* int32_t */
+#define OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE 3     /* int32_t */
+#define OQDEVSDK_DOORLOCK_TO_DEV_SET_USER 4        /* oqDevSDK_DoorLock_SetUserCfg_S */
+#define OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN 5  /* oqDevSDK_DoorLock_SetAlarmPlan_S */
+#define OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD 6    /* oqDevSDK_DoorLock_SetSnapPwd_S */
+#define OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER 7        /* oqDevSDK_DoorLock_DLPower_S */
+#define OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY 8     /* oqDevSDK_DoorLock_UserVerify_S */
+#define OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK 9     /* oqDevSDK_DoorLock_FaceUnlock_S */
+#define OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN 10 /* oqDevSDK_DoorLock_AutoFaceUnlockPlan_S */
+
+#define OQDEVSDK_DOORLOCK_TO_DEV_SWITCH_LEN 12u
+#define OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE_LEN 4u
+#define OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE_LEN 4u
+#define OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE_LEN 4u
+#define OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN 340u
+#define OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN 34076u
+#define OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD_LEN 100u
+#define OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER_LEN 4u
+#define OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY_LEN 40u
+#define OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK_LEN 8u
+#define OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN_LEN 236u
+
+/* Type codes from the device (Get_Runtime_Info). The numbering is separate
+ * from the one above: the same number names a different record. */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH 0 /* oqDevSDK_DoorLock_SwitchCfg_S, iSwitchIndex set by the module */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE 1  /* int32_t */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE 2     /* int32_t */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE 3   /* int32_t */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS 4   /* oqDevSDK_DoorLock_LockStatus_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS 5   /* oqDevSDK_DoorLock_UnlockEvtRecs_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO 6     /* oqDevSDK_DoorLock_UserInfo_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS 7   /* oqDevSDK_DoorLock_AlarmPlanList_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS 8     /* oqDevSDK_DoorLock_SnapPwdList_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS 9  /* oqDevSDK_DoorLock_PowerStatus_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK 10  /* oqDevSDK_DoorLock_FaceUnlock_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN 11 /* oqDevSDK_DoorLock_AutoFaceUnlockPlan_S */
+
+#define OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH_LEN 12u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE_LEN 4u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE_LEN 4u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE_LEN 4u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS_LEN 4u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN 7204u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN 132004u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN 272580u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS_LEN 256u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS_LEN 180u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK_LEN 8u
+#define OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN 236u
+
+/* Low-battery threshold from the platform (to device, type 7). */
+typedef struct oqDevSDK_DoorLock_DLPower_S {
+    uint8_t ucLowPercent; /* percent, the platform's value cut to 8 bits */
+    uint8_t aucReserved[3];
+} oqDevSDK_DoorLock_DLPower_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_DLPower_S) == OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER_LEN,
+                         "DLPower record is 4 bytes");
+
+/* @@SETTINGS_RECORDS@@ */
+
+/* @@USER_RECORDS@@ */
+
+/* @@PLAN_RECORDS@@ */
+
+/*
+ * Starts the module: installs the callbacks, registers the status items with
+ * the host's status-report module, loads the door-lock domain into the host
+ * kernel and starts the periodic system-configuration job. The kernel may call
+ * into the module (and so into the callbacks) before this returns.
+ * pstInitInfo: read during the call only.
+ * Returns 0 on success; 1 for a null argument or a failed step (the module is
+ * then torn down completely and Init may be called again); 3 when already
+ * inited.
+ */
+OQDEVSDK_DOORLOCK_API int oqDevSDK_DoorLock_Init(oqDevSDK_DoorLock_InitInfo_S *pstInitInfo);
+
+/*
+ * Shuts the module down when it is inited; otherwise logs
+ * "DoorLock domain has not inited." and does nothing.
+ */
+OQDEVSDK_DOORLOCK_API void oqDevSDK_DoorLock_Fini(void);
+
+/*
+ * Reserved hook for messages of the device application's own; no message type
+ * is supported yet. pstMsg: read during the call only.
+ * Returns 1 for a null argument, 2 when the module is not inited, 1 for every
+ * message type otherwise.
+ */
+OQDEVSDK_DOORLOCK_API int oqDevSDK_DoorLock_Send2Srv_Msg(oqDevSDK_DoorLock_SrvMsg_S *pstMsg);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* OQDEVSDK_DOOR_LOCK_H */

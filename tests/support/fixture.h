@@ -1,0 +1,48 @@
+// The base fixture of every module test: a fresh emulator and device, the
+// module torn down, the module's heap accounted so that every test checks it
+// leaked nothing.
+#ifndef TESTS_SUPPORT_FIXTURE_H
+#define TESTS_SUPPORT_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "oqdev_sim.h"
+#include "support/fake_device.h"
+
+namespace dltest {
+
+// Module allocations still held.
+long LiveAllocations();
+// Makes the module's allocations fail: those of exactly `size` bytes (any size
+// when 0), starting with the `skip`+1-th matching one, `count` times (every
+// time when negative).
+void FailAllocations(size_t size, int count = 1, int skip = 0);
+void ClearAllocationFaults();
+// Number of module allocations since the fixture started.
+long AllocationCount();
+
+class ModuleTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    FakeDevice &Device() { return FakeDevice::Get(); }
+    // oqDevSDK_DoorLock_Init with the fake device's callbacks; expects 0.
+    void InitModule();
+    // Delivers a platform request and returns the body of the response the
+    // module sent for it (the last send), or "" when nothing was sent.
+    std::string Request(int cmd, uint32_t seq, const std::string &body);
+    // The last message sent to the kernel; fails the test when none.
+    const oqsim::Sent &LastSent();
+    // Result text of a response body, -1000 when it has none.
+    static int ResultOf(const std::string &body);
+    bool HasLog(int level, const std::string &textWithoutNewline);
+};
+
+}  // namespace dltest
+
+#endif
