@@ -149,7 +149,190 @@ OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_DLPower_S) == OQDEVSDK_DOORLOC
 
 /* @@USER_RECORDS@@ */
 
-/* @@PLAN_RECORDS@@ */
+/* Limits of the plan and snap password records. */
+#define OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS 3
+#define OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS 8
+#define OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS 500
+#define OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES 4
+#define OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS 7
+#define OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS 4
+#define OQDEVSDK_DOORLOCK_SNAP_NAME_LEN 64
+#define OQDEVSDK_DOORLOCK_SNAP_PWD_LEN 16
+#define OQDEVSDK_DOORLOCK_ALARM_USER_NAME_LEN 64
+#define OQDEVSDK_DOORLOCK_VERIFY_USER_ID_LEN 32
+
+/* Operation codes of the snap password and alarm plan set records. */
+#define OQDEVSDK_DOORLOCK_OPT_CREATE 0
+#define OQDEVSDK_DOORLOCK_OPT_DELETE 2
+
+/*
+ * Creates or deletes one snap password (to device, type 6). The lock writes
+ * the password it made into szPwd and may write the slot it chose into
+ * usIndex before returning.
+ */
+typedef struct oqDevSDK_DoorLock_SetSnapPwd_S {
+    uint8_t ucOptType; /* OQDEVSDK_DOORLOCK_OPT_CREATE or _DELETE */
+    uint8_t ucReserved;
+    uint16_t usIndex; /* slot, 0-based; 0 for a create */
+    char szName[OQDEVSDK_DOORLOCK_SNAP_NAME_LEN];
+    uint32_t uiBeginTime; /* validity, seconds since the epoch */
+    uint32_t uiEndTime;
+    int32_t iLimitNum; /* uses allowed */
+    int32_t iAvailableCount;
+    char szPwd[OQDEVSDK_DOORLOCK_SNAP_PWD_LEN]; /* output */
+} oqDevSDK_DoorLock_SetSnapPwd_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SetSnapPwd_S) ==
+                             OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD_LEN,
+                         "snap password set record is 100 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetSnapPwd_S, usIndex) == 2,
+                         "set record: usIndex at 2");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetSnapPwd_S, uiBeginTime) == 68,
+                         "set record: uiBeginTime at 68");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetSnapPwd_S, szPwd) == 84,
+                         "set record: szPwd at 84");
+
+/* One snap password the lock holds. Unlike the set record, the index comes
+ * first. */
+typedef struct oqDevSDK_DoorLock_SnapPwdInfo_S {
+    uint16_t usIndex; /* slot, 0-based */
+    uint8_t aucReserved[2];
+    char szName[OQDEVSDK_DOORLOCK_SNAP_NAME_LEN];
+    uint32_t uiBeginTime;
+    uint32_t uiEndTime;
+    int32_t iLimitNum; /* -1: unlimited */
+    int32_t iAvailableCount;
+} oqDevSDK_DoorLock_SnapPwdInfo_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SnapPwdInfo_S) == 84,
+                         "snap password entry is 84 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SnapPwdInfo_S, szName) == 4,
+                         "snap password entry: szName at 4");
+
+/* The snap passwords the lock holds (from device, type 8). */
+typedef struct oqDevSDK_DoorLock_SnapPwdList_S {
+    uint16_t usCount;
+    uint8_t aucReserved[2];
+    oqDevSDK_DoorLock_SnapPwdInfo_S astEntry[OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS];
+} oqDevSDK_DoorLock_SnapPwdList_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SnapPwdList_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS_LEN,
+                         "snap password list is 256 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SnapPwdList_S, astEntry) == 4,
+                         "snap password list: entries at 4");
+
+/* A daily time period of a not-back alarm plan. */
+typedef struct oqDevSDK_DoorLock_AlarmPeriod_S {
+    int32_t iBeginHour;
+    int32_t iBeginMinute;
+    int32_t iEndHour;
+    int32_t iEndMinute;
+} oqDevSDK_DoorLock_AlarmPeriod_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_AlarmPeriod_S) == 16,
+                         "alarm plan period is 16 bytes");
+
+/* A user watched by a not-back alarm plan. */
+typedef struct oqDevSDK_DoorLock_AlarmUser_S {
+    uint16_t usIndex; /* user, 0-based */
+    uint8_t aucReserved[2];
+    char szName[OQDEVSDK_DOORLOCK_ALARM_USER_NAME_LEN];
+} oqDevSDK_DoorLock_AlarmUser_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_AlarmUser_S) == 68,
+                         "alarm plan user is 68 bytes");
+
+/* Creates, changes or deletes one not-back alarm plan (to device, type 5). */
+typedef struct oqDevSDK_DoorLock_SetAlarmPlan_S {
+    uint8_t ucOptType; /* 0 create, 2 delete, other non-zero: change */
+    uint8_t ucReserved;
+    uint16_t usIndex; /* plan, 0-based; 0 for a create */
+    uint8_t ucEnable;
+    uint8_t ucWeekday; /* weekday mask */
+    uint16_t usDateNum;
+    uint16_t usUserNum;
+    uint8_t aucReserved[2];
+    oqDevSDK_DoorLock_AlarmPeriod_S astDate[OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES];
+    oqDevSDK_DoorLock_AlarmUser_S astUser[OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS];
+} oqDevSDK_DoorLock_SetAlarmPlan_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SetAlarmPlan_S) ==
+                             OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN,
+                         "alarm plan set record is 34076 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetAlarmPlan_S, ucEnable) == 4,
+                         "alarm plan set record: ucEnable at 4");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetAlarmPlan_S, astDate) == 12,
+                         "alarm plan set record: astDate at 12");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetAlarmPlan_S, astUser) == 76,
+                         "alarm plan set record: astUser at 76");
+
+/* One not-back alarm plan the lock holds. Laid out without the operation
+ * code of the set record. */
+typedef struct oqDevSDK_DoorLock_AlarmPlanInfo_S {
+    uint16_t usIndex; /* plan, 0-based */
+    uint8_t ucEnable;
+    uint8_t ucWeekday;
+    uint16_t usDateNum;
+    uint16_t usUserNum;
+    oqDevSDK_DoorLock_AlarmPeriod_S astDate[OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES];
+    oqDevSDK_DoorLock_AlarmUser_S astUser[OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS];
+} oqDevSDK_DoorLock_AlarmPlanInfo_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_AlarmPlanInfo_S) == 34072,
+                         "alarm plan entry is 34072 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_AlarmPlanInfo_S, astDate) == 8,
+                         "alarm plan entry: astDate at 8");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_AlarmPlanInfo_S, astUser) == 72,
+                         "alarm plan entry: astUser at 72");
+
+/* The not-back alarm plans the lock holds (from device, type 7). */
+typedef struct oqDevSDK_DoorLock_AlarmPlanList_S {
+    uint16_t usCount;
+    uint8_t aucReserved[2];
+    oqDevSDK_DoorLock_AlarmPlanInfo_S astPlan[OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS];
+} oqDevSDK_DoorLock_AlarmPlanList_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_AlarmPlanList_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN,
+                         "alarm plan list is 272580 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_AlarmPlanList_S, astPlan) == 4,
+                         "alarm plan list: plans at 4");
+
+/* Verification results the lock writes into uiVerifyResult. */
+#define OQDEVSDK_DOORLOCK_VERIFY_OK 0
+#define OQDEVSDK_DOORLOCK_VERIFY_FAILED 1 /* any other value: the second kind of failure */
+
+/* Asks the lock to have a user verify themselves (to device, type 8). */
+typedef struct oqDevSDK_DoorLock_UserVerify_S {
+    char szUserId[OQDEVSDK_DOORLOCK_VERIFY_USER_ID_LEN];
+    uint32_t uiTimeout;
+    uint32_t uiVerifyResult; /* output */
+} oqDevSDK_DoorLock_UserVerify_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_UserVerify_S) ==
+                             OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY_LEN,
+                         "user verification record is 40 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UserVerify_S, uiTimeout) == 32,
+                         "user verification record: uiTimeout at 32");
+
+/* A time slot of the auto face unlock plan, in minutes since midnight. Both
+ * values 0: the slot is empty. */
+typedef struct oqDevSDK_DoorLock_FacePlanSlot_S {
+    uint32_t uiBegin;
+    uint32_t uiEnd;
+} oqDevSDK_DoorLock_FacePlanSlot_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_FacePlanSlot_S) == 8,
+                         "face plan slot is 8 bytes");
+
+/* The auto face unlock plan (to device, type 10; from device, type 11). */
+typedef struct oqDevSDK_DoorLock_AutoFaceUnlockPlan_S {
+    uint32_t uiHeadWord; /* the lock's own; the module hands it back as read */
+    uint32_t uiChannel;
+    int32_t iEnable; /* 1 on, 0 off */
+    /* Day d as numbered by the platform's Weekday digit, 0..6. */
+    oqDevSDK_DoorLock_FacePlanSlot_S astDay[OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS]
+                                           [OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS];
+} oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_AutoFaceUnlockPlan_S) ==
+                             OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN_LEN,
+                         "auto face unlock plan is 236 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_AutoFaceUnlockPlan_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN,
+                         "auto face unlock plan is 236 bytes both ways");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_AutoFaceUnlockPlan_S, astDay) == 12,
+                         "auto face unlock plan: astDay at 12");
 
 /*
  * Starts the module: installs the callbacks, registers the status items with
