@@ -1,0 +1,145 @@
+#include "handlers/codecs.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <limits>
+
+#include "oqdev_log.h"
+
+namespace norla {
+namespace {
+
+constexpr uint8_t kSundayBit = 0x01;
+constexpr int kSundayNumber = 7;
+constexpr int kFirstWorkday = 1;
+constexpr int kLastWeekday = 6;
+// Sunday is written as ",7": two characters and the terminator.
+constexpr int kSundayRoom = 3;
+// The weekday text is read from a fixed work buffer; longer texts are cut.
+constexpr std::size_t kWeekdayWorkLen = 32;
+constexpr int kTmYearBase = 1900;
+
+constexpr const char *kMsgBufBeforeSunday =
+    "String buf is not enough, Before checking last bit of weekday.\n";
+
+// Appends one day number to the text. `room` is the size minus every length
+// snprintf reported so far, so it may go negative once a number was cut;
+// `used` is what really sits in the buffer.
+void AppendDay(char *buf, unsigned int size, std::size_t &used, int &room, int day) noexcept {
+    std::size_t avail = size - used;
+    int len = used == 0 ? std::snprintf(buf + used, avail, "%d", day)
+                        : std::snprintf(buf + used, avail, ",%d", day);
+    if (len < 0) {
+        return;
+    }
+    room -= len;
+    std::size_t written = static_cast<std::size_t>(len);
+    used += written < avail ? written : avail - 1;
+}
+
+}  // namespace
+
+void WeekDay_Data2Str(uint8_t mask, char *buf, unsigned int size) noexcept {
+    if (buf == nullptr || size < 1) {
+        oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
+        return;
+    }
+    buf[0] = '\0';
+    if (size > static_cast<unsigned int>(std::numeric_limits<int>::max())) {
+        size = static_cast<unsigned int>(std::numeric_limits<int>::max());
+    }
+    int room = static_cast<int>(size);
+    std::size_t used = 0;
+    for (int day = kFirstWorkday; day <= kLastWeekday; ++day) {
+        if ((mask & (1u << day)) == 0) {
+            continue;
+        }
+        AppendDay(buf, size, used, room, day);
+        if (day != kLastWeekday && room < 1) {
+            oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
+            return;
+        }
+    }
+    if (room < kSundayRoom) {
+        oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
+        return;
+    }
+    if ((mask & kSundayBit) == 0) {
+        return;
+    }
+    AppendDay(buf, size, used, room, kSundayNumber);
+    if (room < 1) {
+        oqdev_debug(OQDEV_LOG_ERROR, "String buf is not enough, while generating weekday str.\n");
+    }
+}
+
+void WeekDay_Str2Data(const char *text, uint8_t *mask) noexcept {
+    if (text == nullptr || mask == nullptr) {
+        return;
+    }
+    char work[kWeekdayWorkLen];
+    std::snprintf(work, sizeof work, "%s", text);
+    char *save = nullptr;
+    for (char *piece = strtok_r(work, ",", &save); piece != nullptr;
+         piece = strtok_r(nullptr, ",", &save)) {
+        // Only the low 8 bits count: 263 is read as 7 and -255 as 1.
+        auto day = static_cast<uint8_t>(std::strtol(piece, nullptr, 10));
+        if (day == kSundayNumber) {
+            *mask = static_cast<uint8_t>(*mask | kSundayBit);
+        } else if (day >= kFirstWorkday && day <= kLastWeekday) {
+            *mask = static_cast<uint8_t>(*mask | (1u << day));
+        } else {
+            oqdev_debug(OQDEV_LOG_ERROR, "Invalid weekday index[%d] after converting.\n", day);
+        }
+    }
+}
+
+int32_t GetTimeFromDateStr(const char *text) noexcept {
+    struct tm parts;
+    std::memset(&parts, 0, sizeof parts);
+    int year = 0;
+    int month = 0;
+    if (text != nullptr) {
+        std::sscanf(text, "%d-%d-%d %d:%d:%d", &year, &month, &parts.tm_mday, &parts.tm_hour,
+                    &parts.tm_min, &parts.tm_sec);
+    }
+    parts.tm_year = year - kTmYearBase;
+    parts.tm_mon = month - 1;
+    parts.tm_isdst = 0;
+    time_t value = mktime(&parts);
+    if (value == static_cast<time_t>(-1)) {
+        return kInvalidTime;
+    }
+    // Device records hold 32-bit seconds; a wider time that does not fit is
+    // as unconvertible as a failed mktime.
+    if (value > std::numeric_limits<int32_t>::max() ||
+        value < std::numeric_limits<int32_t>::min()) {
+        return kInvalidTime;
+    }
+    return static_cast<int32_t>(value);
+}
+
+int GetDateStrFromTime(const int32_t *time, char *buf, unsigned int size) noexcept {
+    if (buf == nullptr || size == 0) {
+        return 0;
+    }
+    buf[0] = '\0';
+    if (time == nullptr) {
+        return 0;
+    }
+    if (size > kDateStrLen) {
+        size = kDateStrLen;
+    }
+    time_t value = *time;
+    struct tm parts;
+    if (localtime_r(&value, &parts) == nullptr) {
+        return 0;
+    }
+    std::snprintf(buf, size, "%04d-%02d-%02d %02d:%02d:%02d", parts.tm_year + kTmYearBase,
+                  parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
+    return 0;
+}
+
+}  // namespace norla
