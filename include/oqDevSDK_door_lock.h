@@ -145,7 +145,90 @@ typedef struct oqDevSDK_DoorLock_DLPower_S {
 OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_DLPower_S) == OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER_LEN,
                          "DLPower record is 4 bytes");
 
-/* @@SETTINGS_RECORDS@@ */
+/* Door open remind switches: the lock has this many, index 0..7. */
+#define OQDEVSDK_DOORLOCK_SWITCH_NUM 8
+
+/* One switch (to device type 0; from device type 0, where the module sets
+ * iSwitchIndex and the lock fills in the rest). */
+typedef struct oqDevSDK_DoorLock_SwitchCfg_S {
+    int32_t iSwitchIndex; /* 0..OQDEVSDK_DOORLOCK_SWITCH_NUM-1 */
+    int32_t iEnable;
+    int32_t iChannel;
+} oqDevSDK_DoorLock_SwitchCfg_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SwitchCfg_S) == OQDEVSDK_DOORLOCK_TO_DEV_SWITCH_LEN,
+                         "switch record is 12 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SwitchCfg_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH_LEN,
+                         "switch record has one layout in both directions");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SwitchCfg_S, iEnable) == 4, "iEnable at 4");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SwitchCfg_S, iChannel) == 8, "iChannel at 8");
+
+/* Face unlock setting (to device type 9, from device type 10). */
+typedef struct oqDevSDK_DoorLock_FaceUnlock_S {
+    int32_t iUnlockType;
+    int32_t iUnlockSensitivity;
+} oqDevSDK_DoorLock_FaceUnlock_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_FaceUnlock_S) ==
+                             OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK_LEN,
+                         "face unlock record is 8 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_FaceUnlock_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK_LEN,
+                         "face unlock record has one layout in both directions");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_FaceUnlock_S, iUnlockSensitivity) == 4,
+                         "iUnlockSensitivity at 4");
+
+/* Door, bolt and radio signal (from device type 4). */
+typedef struct oqDevSDK_DoorLock_LockStatus_S {
+    uint8_t ucDoorState;
+    uint8_t ucLockState;
+    uint8_t ucSignal;
+    uint8_t ucReserved;
+} oqDevSDK_DoorLock_LockStatus_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_LockStatus_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS_LEN,
+                         "lock status record is 4 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_LockStatus_S, ucSignal) == 2, "ucSignal at 2");
+
+/* Power sources (from device type 9): room for this many entries, of which
+ * the platform hears about at most OQDEVSDK_DOORLOCK_POWER_REPORT_MAX. */
+#define OQDEVSDK_DOORLOCK_POWER_MAX 2
+#define OQDEVSDK_DOORLOCK_POWER_REPORT_MAX 2
+#define OQDEVSDK_DOORLOCK_POWER_SUBSERIAL_LEN 16
+#define OQDEVSDK_DOORLOCK_POWER_DES_LEN 64
+#define OQDEVSDK_DOORLOCK_POWER_INFO_LEN 88u
+
+/* ucNameType: the part of the lock a power source belongs to. */
+#define OQDEVSDK_DOORLOCK_POWER_NAME_DOOR 0
+#define OQDEVSDK_DOORLOCK_POWER_NAME_CAT_EYE 1
+#define OQDEVSDK_DOORLOCK_POWER_NAME_VIDEO_LOCK 2
+
+typedef struct oqDevSDK_DoorLock_PowerInfo_S {
+    uint8_t ucPowerType;
+    uint8_t ucRemaining;
+    uint8_t ucNameType; /* OQDEVSDK_DOORLOCK_POWER_NAME_* */
+    uint8_t ucStatus;
+    uint16_t usValueFirst;
+    uint16_t usValueSecond;
+    char szSubSerial[OQDEVSDK_DOORLOCK_POWER_SUBSERIAL_LEN]; /* zero-terminated */
+    char szDes[OQDEVSDK_DOORLOCK_POWER_DES_LEN];             /* zero-terminated */
+} oqDevSDK_DoorLock_PowerInfo_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_PowerInfo_S) == OQDEVSDK_DOORLOCK_POWER_INFO_LEN,
+                         "power entry is 88 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_PowerInfo_S, usValueFirst) == 4,
+                         "usValueFirst at 4");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_PowerInfo_S, szSubSerial) == 8,
+                         "szSubSerial at 8");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_PowerInfo_S, szDes) == 24, "szDes at 24");
+
+typedef struct oqDevSDK_DoorLock_PowerStatus_S {
+    uint16_t usPowerNum; /* valid entries in stPower, as the lock reports it */
+    uint8_t aucReserved[2];
+    oqDevSDK_DoorLock_PowerInfo_S stPower[OQDEVSDK_DOORLOCK_POWER_MAX];
+} oqDevSDK_DoorLock_PowerStatus_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_PowerStatus_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS_LEN,
+                         "power status record is 180 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_PowerStatus_S, stPower) == 4, "stPower at 4");
 
 /* @@USER_RECORDS@@ */
 
