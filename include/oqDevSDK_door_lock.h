@@ -116,7 +116,7 @@ typedef struct oqDevSDK_DoorLock_SrvMsg_S {
 #define OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE 2     /* int32_t */
 #define OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE 3   /* int32_t */
 #define OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS 4   /* oqDevSDK_DoorLock_LockStatus_S */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS 5   /* oqDevSDK_DoorLock_UnlockEvtRecs_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS 5   /* oqDevSDK_DoorLock_UnlockEvtRecList_S */
 #define OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO 6     /* oqDevSDK_DoorLock_UserInfo_S */
 #define OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS 7   /* oqDevSDK_DoorLock_AlarmPlanList_S */
 #define OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS 8     /* oqDevSDK_DoorLock_SnapPwdList_S */
@@ -230,7 +230,139 @@ OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_PowerStatus_S) ==
                          "power status record is 180 bytes");
 OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_PowerStatus_S, stPower) == 4, "stPower at 4");
 
-/* @@USER_RECORDS@@ */
+/* Limits of the user and unlock event records. */
+#define OQDEVSDK_DOORLOCK_MAX_USERS 500
+#define OQDEVSDK_DOORLOCK_MAX_USER_DATES 4
+#define OQDEVSDK_DOORLOCK_USER_NAME_LEN 64
+#define OQDEVSDK_DOORLOCK_USER_CONTENT_LEN 64
+#define OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS 100
+#define OQDEVSDK_DOORLOCK_UNLOCK_USER_LEN 64
+#define OQDEVSDK_DOORLOCK_USER_LEN 264u
+#define OQDEVSDK_DOORLOCK_USER_DATE_LEN 28u
+#define OQDEVSDK_DOORLOCK_UNLOCK_EVT_LEN 72u
+
+/* Operation of the user set record that carries only the index. */
+#define OQDEVSDK_DOORLOCK_USER_OPT_DELETE 2
+/* iContentsAction when the request carries no contents action. */
+#define OQDEVSDK_DOORLOCK_USER_NO_CONTENTS (-2)
+/* iNum (and so iAvailable) of a time slot without a use limit. */
+#define OQDEVSDK_DOORLOCK_USER_UNLIMITED (-1)
+
+/* A weekly time slot of a user. */
+typedef struct oqDevSDK_DoorLock_UserDate_S {
+    int32_t iBeginHour;
+    int32_t iBeginMinute;
+    int32_t iEndHour;
+    int32_t iEndMinute;
+    uint8_t ucWeekday; /* bit 0 Sunday, bits 1..6 Monday..Saturday */
+    uint8_t aucReserved[3];
+    int32_t iNum;       /* uses allowed, OQDEVSDK_DOORLOCK_USER_UNLIMITED for no limit */
+    int32_t iAvailable; /* uses left, -1 whenever iNum is -1 */
+} oqDevSDK_DoorLock_UserDate_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_UserDate_S) == OQDEVSDK_DOORLOCK_USER_DATE_LEN,
+                         "user time slot is 28 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UserDate_S, ucWeekday) == 16,
+                         "time slot: ucWeekday at 16");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UserDate_S, iNum) == 20, "time slot: iNum at 20");
+
+/* One user of the lock. */
+typedef struct oqDevSDK_DoorLock_User_S {
+    uint16_t usIndex; /* 0-based */
+    uint8_t ucType;
+    uint8_t ucExpireEnable; /* validity period in force */
+    char szName[OQDEVSDK_DOORLOCK_USER_NAME_LEN];       /* zero-terminated */
+    char szRemarkName[OQDEVSDK_DOORLOCK_USER_NAME_LEN]; /* zero-terminated */
+    uint32_t uiBeginTime; /* validity, seconds since the epoch */
+    uint32_t uiEndTime;
+    uint16_t usDateNum; /* slots of astDate in use, 0..OQDEVSDK_DOORLOCK_MAX_USER_DATES */
+    uint8_t aucReserved[2];
+    oqDevSDK_DoorLock_UserDate_S astDate[OQDEVSDK_DOORLOCK_MAX_USER_DATES];
+    uint16_t usPwdNum; /* credentials enrolled */
+    uint16_t usCardNum;
+    uint16_t usFingerNum;
+    uint16_t usFaceNum;
+} oqDevSDK_DoorLock_User_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_User_S) == OQDEVSDK_DOORLOCK_USER_LEN,
+                         "user record is 264 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, szName) == 4, "user: szName at 4");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, szRemarkName) == 68,
+                         "user: szRemarkName at 68");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, uiBeginTime) == 132,
+                         "user: uiBeginTime at 132");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, usDateNum) == 140,
+                         "user: usDateNum at 140");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, astDate) == 144, "user: astDate at 144");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, usPwdNum) == 256,
+                         "user: usPwdNum at 256");
+
+/* The lock's users (from device, type 6). */
+typedef struct oqDevSDK_DoorLock_UserInfo_S {
+    uint16_t usUserNum; /* valid users at the start of astUser, 0..OQDEVSDK_DOORLOCK_MAX_USERS */
+    uint8_t aucReserved[2];
+    oqDevSDK_DoorLock_User_S astUser[OQDEVSDK_DOORLOCK_MAX_USERS];
+} oqDevSDK_DoorLock_UserInfo_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_UserInfo_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,
+                         "user table is 132004 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UserInfo_S, astUser) == 4,
+                         "user table: astUser at 4");
+
+/*
+ * Adds, changes or deletes one user (to device, type 4). A delete carries
+ * only ucOptType and usOptIndex; the other operations carry the whole user.
+ */
+typedef struct oqDevSDK_DoorLock_SetUserCfg_S {
+    uint8_t ucOptType;
+    uint8_t ucReserved;
+    uint16_t usOptIndex; /* 0-based user the operation applies to */
+    oqDevSDK_DoorLock_User_S stUser;
+    int32_t iContentsAction; /* OQDEVSDK_DOORLOCK_USER_NO_CONTENTS when absent */
+    uint8_t ucContentAction;
+    uint8_t ucContentType;
+    uint16_t usContentIndex; /* 0-based */
+    char szContentStr[OQDEVSDK_DOORLOCK_USER_CONTENT_LEN]; /* zero-terminated */
+} oqDevSDK_DoorLock_SetUserCfg_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SetUserCfg_S) ==
+                             OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN,
+                         "user set record is 340 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetUserCfg_S, usOptIndex) == 2,
+                         "user set record: usOptIndex at 2");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetUserCfg_S, stUser) == 4,
+                         "user set record: stUser at 4");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetUserCfg_S, iContentsAction) == 268,
+                         "user set record: iContentsAction at 268");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetUserCfg_S, usContentIndex) == 274,
+                         "user set record: usContentIndex at 274");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_SetUserCfg_S, szContentStr) == 276,
+                         "user set record: szContentStr at 276");
+
+/* One unlocking of the door. */
+typedef struct oqDevSDK_DoorLock_UnlockEvtRec_S {
+    char szUser[OQDEVSDK_DOORLOCK_UNLOCK_USER_LEN]; /* zero-terminated */
+    uint8_t ucUnlockType;
+    uint8_t aucReserved[3];
+    int32_t lUnlockTime; /* seconds since the epoch */
+} oqDevSDK_DoorLock_UnlockEvtRec_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_UnlockEvtRec_S) ==
+                             OQDEVSDK_DOORLOCK_UNLOCK_EVT_LEN,
+                         "unlock event is 72 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UnlockEvtRec_S, ucUnlockType) == 64,
+                         "unlock event: ucUnlockType at 64");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UnlockEvtRec_S, lUnlockTime) == 68,
+                         "unlock event: lUnlockTime at 68");
+
+/* The unlock events not yet collected, oldest first (from device, type 5).
+ * The lock hands each event once. */
+typedef struct oqDevSDK_DoorLock_UnlockEvtRecList_S {
+    uint16_t usRecNum; /* 0..OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS */
+    uint8_t aucReserved[2];
+    oqDevSDK_DoorLock_UnlockEvtRec_S stRecord[OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS];
+} oqDevSDK_DoorLock_UnlockEvtRecList_S;
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_UnlockEvtRecList_S) ==
+                             OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN,
+                         "unlock event batch is 7204 bytes");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UnlockEvtRecList_S, stRecord) == 4,
+                         "unlock event batch: stRecord at 4");
 
 /* Limits of the plan and snap password records. */
 #define OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS 3
