@@ -1,0 +1,193 @@
+// Status items of the lock's state: door, bolt and signal (70) and the power
+// sources (73).
+#include <cjson/cJSON.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "frame/bus_dev.h"
+#include "frame/domain_ids.h"
+#include "frame/memory.h"
+#include "messaging/envelope.h"
+#include "oqDevSDK_door_lock.h"
+#include "oqdev_log.h"
+#include "status/items.h"
+
+namespace norla {
+namespace {
+
+constexpr uint8_t kUnknownByte = 0xFF;
+// Signal changes up to this much, against the last accepted signal, are noise.
+constexpr int kSignalTolerance = 10;
+constexpr std::size_t kNumberTextLen = 16;
+constexpr std::size_t kPowerNameLen = 32;
+constexpr std::size_t kPowerValueLen = 32;
+
+oqDevSDK_DoorLock_LockStatus_S g_stLockStatus = {kUnknownByte, 0, 0, 0};
+// usPowerNum reads 255 until the first change.
+oqDevSDK_DoorLock_PowerStatus_S g_stPowerStatus = {kUnknownByte, {0, 0}, {}};
+
+struct JsonDeleter {
+    void operator()(cJSON *item) const noexcept { cJSON_Delete(item); }
+};
+struct JsonTextDeleter {
+    void operator()(char *text) const noexcept { cJSON_free(text); }
+};
+
+bool SignalWithinTolerance(uint8_t cached, uint8_t fetched) noexcept {
+    const int drift = static_cast<int>(cached) - static_cast<int>(fetched);
+    return drift >= -kSignalTolerance && drift <= kSignalTolerance;
+}
+
+void AddNumberElem(CMarkupSTL &xml, const char *name, uint8_t value) noexcept {
+    char text[kNumberTextLen] = {};
+    std::snprintf(text, sizeof text, "%d", value);
+    xml.x_AddElem(name, text);
+}
+
+const char *PowerName(uint8_t nameType) noexcept {
+    switch (nameType) {
+        case OQDEVSDK_DOORLOCK_POWER_NAME_DOOR:
+            return "Door";
+        case OQDEVSDK_DOORLOCK_POWER_NAME_CAT_EYE:
+            return "CatEye";
+        case OQDEVSDK_DOORLOCK_POWER_NAME_VIDEO_LOCK:
+            return "VideoLock";
+        default:
+            return "Unknown";
+    }
+}
+
+// Copies a device text field that may lack its terminator.
+template <std::size_t N>
+void CopyField(char (&dst)[N + 1], const char (&src)[N]) noexcept {
+    const std::size_t len = strnlen(src, N);
+    std::memcpy(dst, src, len);
+    dst[len] = '\0';
+}
+
+// Adds one power source to the list; false when the object could not be made.
+bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) noexcept {
+    cJSON *entry = cJSON_CreateObject();
+    if (entry == nullptr) {
+        oqdev_debug(kLogError, "Failed to create cjson object.\n");
+        return false;
+    }
+    cJSON_AddItemToArray(list, entry);
+
+    char subSerial[OQDEVSDK_DOORLOCK_POWER_SUBSERIAL_LEN + 1];
+    char des[OQDEVSDK_DOORLOCK_POWER_DES_LEN + 1];
+    CopyField(subSerial, power.szSubSerial);
+    CopyField(des, power.szDes);
+    char name[kPowerNameLen] = {};
+    std::snprintf(name, sizeof name, "%s", PowerName(power.ucNameType));
+    char value[kPowerValueLen] = {};
+    std::snprintf(value, sizeof value, "%d/%d", power.usValueFirst, power.usValueSecond);
+
+    cJSON_AddStringToObject(entry, "SubSerial", subSerial);
+    cJSON_AddNumberToObject(entry, "Type", power.ucPowerType);
+    cJSON_AddStringToObject(entry, "Des", des);
+    cJSON_AddNumberToObject(entry, "Remaining", power.ucRemaining);
+    cJSON_AddNumberToObject(entry, "Status", power.ucStatus);
+    cJSON_AddStringToObject(entry, "Name", name);
+    cJSON_AddStringToObject(entry, "Value", value);
+    return true;
+}
+
+}  // namespace
+
+int LockStatus_IsChanged() noexcept {
+    oqDevSDK_DoorLock_LockStatus_S rec;
+    std::memset(&rec, 0, sizeof rec);
+    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS, &rec, sizeof rec) !=
+        0) {
+        oqdev_debug(kLogError, "Failed to get door lock status info.\n ");
+        return 0;
+    }
+    if (std::memcmp(&rec, &g_stLockStatus, sizeof rec) == 0) {
+        return 0;
+    }
+    // The cache keeps the last accepted signal, so a slow drift is reported
+    // once it adds up; a change of the reserved byte alone goes unnoticed.
+    if (rec.ucDoorState == g_stLockStatus.ucDoorState &&
+        rec.ucLockState == g_stLockStatus.ucLockState &&
+        SignalWithinTolerance(g_stLockStatus.ucSignal, rec.ucSignal)) {
+        return 0;
+    }
+    g_stLockStatus = rec;
+    return 1;
+}
+
+int LockStatus_Report(int /*arg*/) noexcept {
+    CMarkupSTL xml;
+    if (DoorLock_xml_init_report(xml) != 0) {
+        return -1;
+    }
+    AddNumberElem(xml, "Door", g_stLockStatus.ucDoorState);
+    AddNumberElem(xml, "Lock", g_stLockStatus.ucLockState);
+    AddNumberElem(xml, "Signal", g_stLockStatus.ucSignal);
+    return DoorLock_send_report(xml, kCmdReportLockStatus);
+}
+
+int LockStatus_Reset() noexcept {
+    std::memset(&g_stLockStatus, kUnknownByte, sizeof g_stLockStatus);
+    return 0;
+}
+
+int PowerStatus_IsChanged() noexcept {
+    HeapPtr<oqDevSDK_DoorLock_PowerStatus_S> rec =
+        DoorLock_HeapZalloc<oqDevSDK_DoorLock_PowerStatus_S>();
+    if (!rec) {
+        oqdev_debug(kLogError, "Failed to malloc mem, size=%u.\n",
+                    static_cast<unsigned int>(sizeof(oqDevSDK_DoorLock_PowerStatus_S)));
+        return 0;
+    }
+    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS, rec.get(),
+                                       sizeof *rec) != 0) {
+        oqdev_debug(kLogError, "Failed to get mul poser status.\n");
+        return 0;
+    }
+    if (std::memcmp(rec.get(), &g_stPowerStatus, sizeof g_stPowerStatus) == 0) {
+        return 0;
+    }
+    std::memcpy(&g_stPowerStatus, rec.get(), sizeof g_stPowerStatus);
+    return 1;
+}
+
+int PowerStatus_Report(int /*arg*/) noexcept {
+    std::unique_ptr<cJSON, JsonDeleter> list(cJSON_CreateArray());
+    if (!list) {
+        oqdev_debug(kLogError, "Failed to create cjson array.\n");
+        return -1;
+    }
+    // usPowerNum is the lock's word; never read past the record's entries.
+    for (int i = 0; i < g_stPowerStatus.usPowerNum && i < OQDEVSDK_DOORLOCK_POWER_REPORT_MAX &&
+                    i < OQDEVSDK_DOORLOCK_POWER_MAX;
+         ++i) {
+        if (!AddPowerEntry(list.get(), g_stPowerStatus.stPower[i])) {
+            return -1;
+        }
+    }
+    std::unique_ptr<char, JsonTextDeleter> text(cJSON_Print(list.get()));
+    if (!text) {
+        oqdev_debug(kLogError, "Failed to create string from cjson.\n");
+        return -1;
+    }
+    CMarkupSTL xml;
+    if (DoorLock_xml_init_report(xml) != 0) {
+        return -1;
+    }
+    xml.x_AddElem("Status");
+    xml.x_SetAttrib("Type", "multiPower");
+    xml.x_SetAttrib("Value", text.get());
+    return DoorLock_send_report(xml, kCmdReportStatus);
+}
+
+int PowerStatus_Reset() noexcept {
+    std::memset(&g_stPowerStatus, kUnknownByte, sizeof g_stPowerStatus);
+    return 0;
+}
+
+}  // namespace norla

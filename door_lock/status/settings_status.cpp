@@ -1,0 +1,218 @@
+// Status items of the lock's settings: the door open remind switches (66) and
+// the key values fingerprint store (67), bell tone (68), prompt tone (69) and
+// face unlock (97).
+#include <cjson/cJSON.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "frame/bus_dev.h"
+#include "frame/domain_ids.h"
+#include "handlers/settings_keys.h"
+#include "messaging/envelope.h"
+#include "oqDevSDK_door_lock.h"
+#include "oqdev_log.h"
+#include "status/items.h"
+
+namespace norla {
+namespace {
+
+constexpr int32_t kUnknownValue = -1;
+constexpr std::size_t kNumberTextLen = 16;
+// A face unlock fetch that fails with this code in its low bits is passed up
+// as -1; any other failure counts as no change.
+constexpr int kDevErrCodeMask = 0xFFF;
+constexpr int kDevErrFaceUnlockNotReady = 4;
+constexpr int kFaceUnlockNotReady = -1;
+
+// Only iEnable of a slot is compared and reported. At load slots 0 to 2 are
+// unknown (-1) while slots 3 to 7 start as off (0): a first poll that finds
+// the later switches off sees no change for them.
+oqDevSDK_DoorLock_SwitchCfg_S g_door_lock_switch[OQDEVSDK_DOORLOCK_SWITCH_NUM] = {
+    {-1, -1, -1}, {-1, -1, -1}, {-1, -1, 0}};
+
+int32_t g_uiDoorFingerStore_Val = kUnknownValue;
+int32_t g_uiDoorBellTone_Val = kUnknownValue;
+int32_t g_uiDoorPromptTone_Val = kUnknownValue;
+oqDevSDK_DoorLock_FaceUnlock_S g_stFaceUnlock = {kUnknownValue, kUnknownValue};
+
+struct NumericKeyItem {
+    const char *pszKey;
+    int iFromDevType;
+    const char *pszFetchError;
+    int32_t *piCache;
+};
+
+const NumericKeyItem kFingerStore = {kKeyFingerStore, OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE,
+                                     "Failed to get door finger store info.\n",
+                                     &g_uiDoorFingerStore_Val};
+const NumericKeyItem kBellTone = {kKeyBellTone, OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE,
+                                  "Failed to get door bell tone info.\n", &g_uiDoorBellTone_Val};
+const NumericKeyItem kPromptTone = {kKeyPromptTone, OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE,
+                                    "Failed to get door prompt tone info.\n",
+                                    &g_uiDoorPromptTone_Val};
+
+struct JsonDeleter {
+    void operator()(cJSON *item) const noexcept { cJSON_Delete(item); }
+};
+struct JsonTextDeleter {
+    void operator()(char *text) const noexcept { cJSON_free(text); }
+};
+
+int NumericKey_IsChanged(const NumericKeyItem &item) noexcept {
+    int32_t value = 0;
+    if (DoorLock_BusDev_GetRuntimeInfo(item.iFromDevType, &value, sizeof value) != 0) {
+        oqdev_debug(kLogError, "%s", item.pszFetchError);
+        return 0;
+    }
+    if (value == *item.piCache) {
+        return 0;
+    }
+    *item.piCache = value;
+    return 1;
+}
+
+// The single Status element shared by the key-value and power reports.
+int SendStatusReport(const char *type, const char *value) noexcept {
+    CMarkupSTL xml;
+    if (DoorLock_xml_init_report(xml) != 0) {
+        return -1;
+    }
+    xml.x_AddElem("Status");
+    xml.x_SetAttrib("Type", type);
+    xml.x_SetAttrib("Value", value);
+    return DoorLock_send_report(xml, kCmdReportStatus);
+}
+
+int NumericKey_Report(const NumericKeyItem &item) noexcept {
+    char value[kNumberTextLen] = {};
+    std::snprintf(value, sizeof value, "%d", *item.piCache);
+    return SendStatusReport(item.pszKey, value);
+}
+
+int NumericKey_Reset(const NumericKeyItem &item) noexcept {
+    *item.piCache = kUnknownValue;
+    return 0;
+}
+
+}  // namespace
+
+int DoorOpenRemindSwitch_IsChanged() noexcept {
+    oqDevSDK_DoorLock_SwitchCfg_S rec;
+    rec.iEnable = 0;
+    rec.iChannel = 0;
+    int changed = 0;
+    // Every switch is fetched on every poll; one that fails keeps its cache.
+    for (int32_t n = 0; n < OQDEVSDK_DOORLOCK_SWITCH_NUM; ++n) {
+        rec.iSwitchIndex = n;
+        if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH, &rec, sizeof rec) !=
+            0) {
+            continue;
+        }
+        if (rec.iEnable != g_door_lock_switch[n].iEnable) {
+            g_door_lock_switch[n].iEnable = rec.iEnable;
+            changed = 1;
+        }
+    }
+    return changed;
+}
+
+int DoorOpenRemindSwitch_Report(int /*arg*/) noexcept {
+    CMarkupSTL xml;
+    if (DoorLock_xml_init_report(xml) != 0) {
+        return -1;
+    }
+    xml.x_AddElem("Type", "SWITCHENABLE");
+    xml.x_AddElem("Params");
+    xml.IntoElem();
+    for (int n = 0; n < OQDEVSDK_DOORLOCK_SWITCH_NUM; ++n) {
+        xml.x_AddElem("Switch");
+        // The platform addresses the switches by type; the lock's channel is
+        // not part of the report.
+        xml.x_SetAttrib("Channel", 0);
+        xml.x_SetAttrib("Enable", g_door_lock_switch[n].iEnable);
+        xml.x_SetAttrib("Type", kSwitchPlatformTypes[n]);
+    }
+    xml.OutOfElem();
+    return DoorLock_send_report(xml, kCmdReportSwitches);
+}
+
+int DoorOpenRemindSwitch_Reset() noexcept {
+    std::memset(g_door_lock_switch, 0xFF, sizeof g_door_lock_switch);
+    return 0;
+}
+
+int KeyVal_DoorFingerStore_IsChanged() noexcept {
+    return NumericKey_IsChanged(kFingerStore);
+}
+int KeyVal_DoorFingerStore_Report(int /*arg*/) noexcept {
+    return NumericKey_Report(kFingerStore);
+}
+int KeyVal_DoorFingerStore_Reset() noexcept {
+    return NumericKey_Reset(kFingerStore);
+}
+
+int KeyVal_DoorBellTone_IsChanged() noexcept {
+    return NumericKey_IsChanged(kBellTone);
+}
+int KeyVal_DoorBellTone_Report(int /*arg*/) noexcept {
+    return NumericKey_Report(kBellTone);
+}
+int KeyVal_DoorBellTone_Reset() noexcept {
+    return NumericKey_Reset(kBellTone);
+}
+
+int KeyVal_DoorPromptTone_IsChanged() noexcept {
+    return NumericKey_IsChanged(kPromptTone);
+}
+int KeyVal_DoorPromptTone_Report(int /*arg*/) noexcept {
+    return NumericKey_Report(kPromptTone);
+}
+int KeyVal_DoorPromptTone_Reset() noexcept {
+    return NumericKey_Reset(kPromptTone);
+}
+
+int KeyVal_DoorFaceUnlock_IsChanged() noexcept {
+    oqDevSDK_DoorLock_FaceUnlock_S rec;
+    std::memset(&rec, 0, sizeof rec);
+    const int ret =
+        DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK, &rec, sizeof rec);
+    if (ret != 0) {
+        return (ret & kDevErrCodeMask) == kDevErrFaceUnlockNotReady ? kFaceUnlockNotReady : 0;
+    }
+    if (std::memcmp(&rec, &g_stFaceUnlock, sizeof rec) == 0) {
+        return 0;
+    }
+    g_stFaceUnlock.iUnlockType = rec.iUnlockType;
+    g_stFaceUnlock.iUnlockSensitivity = rec.iUnlockSensitivity;
+    return 1;
+}
+
+// A JSON failure here answers 0 (nothing to send), unlike the power report.
+int KeyVal_DoorFaceUnlock_Report(int /*arg*/) noexcept {
+    std::unique_ptr<cJSON, JsonDeleter> object(cJSON_CreateObject());
+    if (!object) {
+        oqdev_debug(kLogError, "Failed to create json object.\n");
+        return 0;
+    }
+    cJSON_AddNumberToObject(object.get(), kJsonUnlockType, g_stFaceUnlock.iUnlockType);
+    cJSON_AddNumberToObject(object.get(), kJsonUnlockSensitivity,
+                            g_stFaceUnlock.iUnlockSensitivity);
+    std::unique_ptr<char, JsonTextDeleter> text(cJSON_Print(object.get()));
+    if (!text) {
+        oqdev_debug(kLogError, "Failed to gen string from cjson object.\n");
+        return 0;
+    }
+    return SendStatusReport(kKeyFaceUnlock, text.get());
+}
+
+int KeyVal_DoorFaceUnlock_Reset() noexcept {
+    g_stFaceUnlock.iUnlockType = kUnknownValue;
+    g_stFaceUnlock.iUnlockSensitivity = kUnknownValue;
+    return 0;
+}
+
+}  // namespace norla
