@@ -1,0 +1,157 @@
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "frame/bus_dev.h"
+#include "handlers/handlers.h"
+#include "messaging/envelope.h"
+#include "oqDevSDK_door_lock.h"
+#include "oqdev_log.h"
+#include "oqdev_status_report.h"
+#include "oqdev_time.h"
+#include "status/items.h"
+
+namespace norla {
+namespace {
+
+constexpr int kResultOk = 0;
+constexpr int kResultBadRequest = 3;
+constexpr int kResultFailed = 4;
+constexpr int kResultVerifyFailed = 0x180003;
+constexpr int kResultVerifyOther = 0x180004;
+constexpr int kResultPlanRefused = 131;
+constexpr uint32_t kDefaultVerifyTimeout = 120;
+constexpr int kAutoFacePlanType = 19;
+constexpr int kDecimal = 10;
+
+using Plan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
+
+int VerifyResultCode(uint32_t verify) noexcept {
+    if (verify == OQDEVSDK_DOORLOCK_VERIFY_OK) {
+        return kResultOk;
+    }
+    return verify == OQDEVSDK_DOORLOCK_VERIFY_FAILED ? kResultVerifyFailed : kResultVerifyOther;
+}
+
+int ParseUserVerify(CMarkupSTL &req, oqDevSDK_DoorLock_UserVerify_S *rec) noexcept {
+    // The body starts before the UserDefine element the round trip appended.
+    if (!req.FindElem("UserID", true)) {
+        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find elem:UserID.\n");
+        return -1;
+    }
+    std::snprintf(rec->szUserId, sizeof rec->szUserId, "%s", req.x_GetData().c_str());
+    if (!req.FindElem("Timeout")) {
+        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find elem:Timeout.\n");
+        return -1;
+    }
+    rec->uiTimeout =
+        static_cast<uint32_t>(std::strtoul(req.x_GetData().c_str(), nullptr, kDecimal));
+    if (rec->uiTimeout == 0) {
+        rec->uiTimeout = kDefaultVerifyTimeout;
+    }
+    return 0;
+}
+
+// Reads up to four Plan slots of one Date into the day; the position is on
+// the Date and stays there.
+void ParseDay(CMarkupSTL &req, oqDevSDK_DoorLock_FacePlanSlot_S *day) noexcept {
+    req.IntoElem();
+    for (int slot = 0; slot < OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS; ++slot) {
+        if (!req.FindElem("Plan")) {
+            break;
+        }
+        day[slot].uiBegin = oqdev_ParseTimeHHMM(req.x_GetAttrib("B").c_str());
+        day[slot].uiEnd = oqdev_ParseTimeHHMM(req.x_GetAttrib("E").c_str());
+    }
+    req.OutOfElem();
+}
+
+// Fills the requested schedule from the Date elements after Actor; true when
+// at least one Date was met, even one naming no valid weekday.
+bool ParseSchedule(CMarkupSTL &req, Plan *plan) noexcept {
+    bool met = false;
+    for (int i = 0; i < OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS; ++i) {
+        if (!req.FindElem("Date")) {
+            break;
+        }
+        met = true;
+        int day = req.x_GetAttrib("Weekday")[0] - '0';
+        if (day < 0 || day >= OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS) {
+            continue;
+        }
+        ParseDay(req, plan->astDay[day]);
+    }
+    return met;
+}
+
+}  // namespace
+
+int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+    oqDevSDK_DoorLock_UserVerify_S rec;
+    std::memset(&rec, 0, sizeof rec);
+    int result = kResultBadRequest;
+    if (ParseUserVerify(request, &rec) == 0) {
+        if (DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY, &rec,
+                                    OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY_LEN) != 0) {
+            oqdev_debug(OQDEV_LOG_ERROR, "Failed to trigger user verify.\n");
+            result = kResultFailed;
+        } else {
+            result = VerifyResultCode(rec.uiVerifyResult);
+        }
+    }
+    DoorLock_xml_set_result(response, result);
+    return result;
+}
+
+// The request's schedule replaces the lock's whole table (never merged day by
+// day); what the request leaves out is kept as the lock reported it.
+int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+    oqdev_debug(OQDEV_LOG_INFO, "ReqHnd_SetDevPlan\n");
+    Plan wanted;
+    Plan current;
+    std::memset(&wanted, 0, sizeof wanted);
+    std::memset(&current, 0, sizeof current);
+
+    // The body starts before the UserDefine element the round trip appended.
+    bool hasEnable = request.FindElem("Enable", true);
+    if (hasEnable) {
+        wanted.iEnable = std::atoi(request.x_GetData().c_str()) != 0 ? 1 : 0;
+    }
+    if (!request.FindElem("Actor", !hasEnable)) {
+        oqdev_debug(OQDEV_LOG_ERROR, "without actor element.\n");
+        DoorLock_xml_set_result(response, kResultPlanRefused);
+        return -1;
+    }
+    wanted.uiChannel = static_cast<uint32_t>(std::atoi(request.x_GetAttrib("Channel").c_str()));
+    if (std::atoi(request.x_GetAttrib("PlanType").c_str()) != kAutoFacePlanType) {
+        oqdev_debug(OQDEV_LOG_ERROR, "unspport plan type \n");
+        DoorLock_xml_set_result(response, kResultPlanRefused);
+        return -1;
+    }
+    bool hasSchedule = ParseSchedule(request, &wanted);
+
+    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, &current,
+                                       OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN) != 0) {
+        oqdev_debug(OQDEV_LOG_ERROR, "DoorLock SetDevplan get runtimeinfo error\n");
+        DoorLock_xml_set_result(response, kResultPlanRefused);
+        return -1;
+    }
+    if (hasEnable) {
+        current.iEnable = wanted.iEnable;
+    }
+    if (hasSchedule) {
+        std::memcpy(current.astDay, wanted.astDay, sizeof current.astDay);
+    }
+    current.uiChannel = wanted.uiChannel;
+
+    int ret = DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN, &current,
+                                      OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN_LEN);
+    if (ret != 0) {
+        DoorLock_xml_set_result(response, kResultFailed);
+    }
+    oqDevSDK_report_set_force_report(kStatusAutoFacePlan);
+    return ret;
+}
+
+}  // namespace norla

@@ -1,0 +1,127 @@
+#include <cstdio>
+#include <cstring>
+
+#include "frame/bus_dev.h"
+#include "messaging/envelope.h"
+#include "oqDevSDK_door_lock.h"
+#include "oqdev_log.h"
+#include "oqdev_time.h"
+#include "oqdev_xml.h"
+#include "status/items.h"
+
+namespace norla {
+
+// A lock never reports -1 in both words, so the first poll after a reset
+// always sees a change.
+constexpr uint32_t kResetHeadWord = 0xFFFFFFFFu;
+constexpr int32_t kResetEnable = -1;
+
+// The last plan the lock reported; only the status-report thread touches it.
+oqDevSDK_DoorLock_AutoFaceUnlockPlan_S g_auto_face_unlock_plan = {
+    kResetHeadWord, 0, kResetEnable, {}};
+
+namespace {
+
+// Fetch errors of this class are passed up; the others count as "unchanged".
+constexpr int kErrorClassMask = 0xFFF;
+constexpr int kErrorClassReported = 4;
+constexpr unsigned int kTimeTextLen = 8;
+constexpr std::size_t kNumberTextLen = 16;
+// Fixed values of the report, whatever the cache holds.
+constexpr int kReportChannel = 1;
+constexpr int kReportPlanType = 19;
+constexpr int kReportEventType = 0;
+
+using Plan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
+using Slot = oqDevSDK_DoorLock_FacePlanSlot_S;
+
+bool SlotEmpty(const Slot &slot) noexcept {
+    return slot.uiBegin == 0 && slot.uiEnd == 0;
+}
+
+bool AllSlotsEmpty(const Plan &plan) noexcept {
+    for (const auto &day : plan.astDay) {
+        for (const Slot &slot : day) {
+            if (!SlotEmpty(slot)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+void AddSlot(CMarkupSTL &xml, const Slot &slot) noexcept {
+    char begin[kTimeTextLen] = {};
+    char end[kTimeTextLen] = {};
+    oqdev_MakeTimeString(slot.uiBegin, begin, kTimeTextLen);
+    oqdev_MakeTimeString(slot.uiEnd, end, kTimeTextLen);
+    xml.x_AddElem("Plan");
+    xml.x_SetAttrib("B", begin);
+    xml.x_SetAttrib("E", end);
+}
+
+void AddParams(CMarkupSTL &xml, const Plan &plan) noexcept {
+    char enable[kNumberTextLen] = {};
+    std::snprintf(enable, sizeof enable, "%d", plan.iEnable);
+    xml.x_AddElem("Params");
+    xml.IntoElem();
+    xml.x_AddElem("Enable", enable);
+    xml.x_AddElem("Force", AllSlotsEmpty(plan) ? "1" : "0");
+    xml.x_AddElem("Actor", "D");
+    xml.x_SetAttrib("Channel", kReportChannel);
+    xml.x_SetAttrib("PlanType", kReportPlanType);
+    xml.x_SetAttrib("EventType", kReportEventType);
+    for (int day = 0; day < OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS; ++day) {
+        xml.x_AddElem("Date");
+        xml.x_SetAttrib("Weekday", day);
+        xml.IntoElem();
+        for (const Slot &slot : plan.astDay[day]) {
+            if (!SlotEmpty(slot)) {
+                AddSlot(xml, slot);
+            }
+        }
+        xml.OutOfElem();
+    }
+    xml.OutOfElem();
+}
+
+}  // namespace
+
+int DoorAutoFaceUnlockPlan_IsChanged() noexcept {
+    Plan fetched;
+    std::memset(&fetched, 0, sizeof fetched);
+    int ret = DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, &fetched,
+                                             OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN);
+    if (ret != 0) {
+        return (ret & kErrorClassMask) == kErrorClassReported ? -1 : 0;
+    }
+    if (std::memcmp(&fetched, &g_auto_face_unlock_plan, sizeof fetched) == 0) {
+        return 0;
+    }
+    g_auto_face_unlock_plan = fetched;
+    oqdev_debug(OQDEV_LOG_INFO, "auto face unlock plan IsChanged\n");
+    return 1;
+}
+
+// The report carries no DevSerial: it is built on the host's own request
+// skeleton, as the platform expects for device plans.
+int DoorAutoFaceUnlockPlan_Report(int arg) noexcept {
+    (void)arg;
+    oqdev_debug(OQDEV_LOG_INFO, "start to report ayuo face unlock plan\n");
+    CMarkupSTL xml;
+    oqdev_xml_init_req(xml);
+    xml.x_AddElem("Authorization");
+    xml.x_AddElem("Type", "DevicePlan");
+    AddParams(xml, g_auto_face_unlock_plan);
+    return DoorLock_send_report(xml, kCmdReportAutoFacePlan);
+}
+
+int DoorAutoFaceUnlockPlan_Reset() noexcept {
+    g_auto_face_unlock_plan.uiHeadWord = kResetHeadWord;
+    g_auto_face_unlock_plan.uiChannel = 0;
+    g_auto_face_unlock_plan.iEnable = kResetEnable;
+    std::memset(g_auto_face_unlock_plan.astDay, 0, sizeof g_auto_face_unlock_plan.astDay);
+    return 0;
+}
+
+}  // namespace norla
