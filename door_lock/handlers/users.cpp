@@ -1,0 +1,464 @@
+// Platform commands that set one user (18857) and list every user (20160),
+// and the XML form of the user table they answer with.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "frame/bus_dev.h"
+#include "frame/domain_ids.h"
+#include "frame/memory.h"
+#include "handlers/codecs.h"
+#include "handlers/handlers.h"
+#include "handlers/user_xml.h"
+#include "messaging/envelope.h"
+#include "oqDevSDK_door_lock.h"
+#include "oqdev_kernel.h"
+#include "oqdev_log.h"
+
+namespace norla {
+namespace {
+
+// Two refusals of the device application that the platform knows by codes of
+// its own; every other refusal is a plain 4.
+struct UserRefusal {
+    int iDevCode;
+    int iResult;
+};
+constexpr UserRefusal kUserRefusals[] = {
+    {0x18004, 0x182007},
+    {0x18005, 0x182008},
+};
+
+constexpr int kOptNoIndex = 0;
+constexpr int32_t kUnlimited = OQDEVSDK_DOORLOCK_USER_UNLIMITED;
+constexpr const char *kMallocFailed = "Failed to malloc mem, size=%u.\n";
+constexpr const char *kDevSerialKey = "dev_subserial";
+// "HH:MM" of a time slot; room for any two ints.
+constexpr std::size_t kHourMinuteLen = 32;
+
+int Finish(CMarkupSTL &response, int result) noexcept {
+    DoorLock_xml_set_result(response, result);
+    return result;
+}
+
+int32_t ToInt32(const std::string &text) noexcept {
+    return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10));
+}
+
+// How a missing attribute is logged: the messages differ in a final full
+// stop and, for time slots, a leading slot index.
+struct Missing {
+    bool bFullStop;
+    int iIndex;  // negative: no index
+};
+constexpr Missing kPlain{false, -1};
+constexpr Missing kFullStop{true, -1};
+
+void LogMissing(const char *name, Missing how) noexcept {
+    const char *stop = how.bFullStop ? "." : "";
+    if (how.iIndex < 0) {
+        oqdev_debug(kLogError, "Failed to find attrib:%s%s\n", name, stop);
+    } else {
+        oqdev_debug(kLogError, "[Index %d]Failed to find attrib:%s%s\n", how.iIndex, name, stop);
+    }
+}
+
+// An absent or empty attribute counts as missing.
+bool ReadAttrib(const CMarkupSTL &xml, const char *name, std::string &text, Missing how) noexcept {
+    text = xml.x_GetAttrib(name);
+    if (text.empty()) {
+        LogMissing(name, how);
+        return false;
+    }
+    return true;
+}
+
+bool ReadInt(const CMarkupSTL &xml, const char *name, int32_t &value, Missing how) noexcept {
+    std::string text;
+    if (!ReadAttrib(xml, name, text, how)) {
+        return false;
+    }
+    value = ToInt32(text);
+    return true;
+}
+
+template <std::size_t N>
+void CopyText(char (&field)[N], const std::string &text) noexcept {
+    std::snprintf(field, N, "%s", text.c_str());
+}
+
+bool FindElem(CMarkupSTL &xml, const char *name) noexcept {
+    if (xml.FindElem(name, true)) {
+        return true;
+    }
+    oqdev_debug(kLogError, "Failed to find elem:%s\n", name);
+    return false;
+}
+
+// -1 failure, 0 continue with the user, 1 a delete that is complete.
+int ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+    if (!FindElem(request, "OptType")) {
+        return -1;
+    }
+    int32_t value = 0;
+    if (!ReadInt(request, "Type", value, kPlain)) {
+        return -1;
+    }
+    cfg->ucOptType = static_cast<uint8_t>(value);
+    if (cfg->ucOptType == kOptNoIndex) {
+        cfg->usOptIndex = 0;
+        return 0;
+    }
+    if (!ReadInt(request, "Index", value, kPlain)) {
+        return -1;
+    }
+    cfg->usOptIndex = static_cast<uint16_t>(value - 1);
+    return cfg->ucOptType == OQDEVSDK_DOORLOCK_USER_OPT_DELETE ? 1 : 0;
+}
+
+// Element User; its index must be the one the operation names (so an
+// operation without index only accepts the first user).
+int ParseUser(CMarkupSTL &request, uint16_t optIndex, oqDevSDK_DoorLock_User_S *user) noexcept {
+    if (!FindElem(request, "User")) {
+        return -1;
+    }
+    int32_t value = 0;
+    if (!ReadInt(request, "Index", value, kPlain)) {
+        return -1;
+    }
+    user->usIndex = static_cast<uint16_t>(value - 1);
+    if (user->usIndex != optIndex) {
+        oqdev_debug(kLogError, "User index[%d] is not expected[%d]\n", user->usIndex, optIndex);
+        return -1;
+    }
+    if (!ReadInt(request, "Type", value, kPlain)) {
+        return -1;
+    }
+    user->ucType = static_cast<uint8_t>(value);
+    std::string text;
+    if (!ReadAttrib(request, "Name", text, kPlain)) {
+        return -1;
+    }
+    CopyText(user->szName, text);
+    CopyText(user->szRemarkName, request.x_GetAttrib("RemarkName"));
+    return 0;
+}
+
+void ParseHourMinute(const std::string &text, int32_t &hour, int32_t &minute) noexcept {
+    int h = 0;
+    int m = 0;
+    std::sscanf(text.c_str(), "%02d:%02d", &h, &m);
+    hour = h;
+    minute = m;
+}
+
+int ParseDate(const CMarkupSTL &request, int index, oqDevSDK_DoorLock_UserDate_S *date) noexcept {
+    std::string text;
+    if (!ReadAttrib(request, "Weekday", text, Missing{false, index})) {
+        return -1;
+    }
+    date->ucWeekday = 0;
+    WeekDay_Str2Data(text.c_str(), &date->ucWeekday);
+    if (!ReadAttrib(request, "Begin", text, Missing{true, index})) {
+        return -1;
+    }
+    ParseHourMinute(text, date->iBeginHour, date->iBeginMinute);
+    if (!ReadAttrib(request, "End", text, Missing{true, index})) {
+        return -1;
+    }
+    ParseHourMinute(text, date->iEndHour, date->iEndMinute);
+    if (!ReadInt(request, "Num", date->iNum, Missing{true, index})) {
+        return -1;
+    }
+    if (date->iNum == kUnlimited) {
+        date->iAvailable = kUnlimited;
+        return 0;
+    }
+    return ReadInt(request, "Available", date->iAvailable, Missing{true, index}) ? 0 : -1;
+}
+
+// Inside Expire: the optional DateList, of which only the first slots that
+// fit are read.
+int ParseDateList(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
+    if (!request.FindElem("DateList", true)) {
+        return 0;
+    }
+    request.IntoElem();
+    int ret = 0;
+    while (user->usDateNum < OQDEVSDK_DOORLOCK_MAX_USER_DATES && request.FindElem("Date", false)) {
+        ret = ParseDate(request, user->usDateNum, &user->astDate[user->usDateNum]);
+        if (ret != 0) {
+            break;
+        }
+        ++user->usDateNum;
+    }
+    request.OutOfElem();
+    return ret;
+}
+
+int ParseExpire(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
+    if (!FindElem(request, "Expire")) {
+        return -1;
+    }
+    int32_t enable = 0;
+    if (!ReadInt(request, "Enable", enable, kPlain)) {
+        return -1;
+    }
+    user->ucExpireEnable = static_cast<uint8_t>(enable);
+    std::string text;
+    if (!ReadAttrib(request, "Begin", text, kPlain)) {
+        return -1;
+    }
+    user->uiBeginTime = static_cast<uint32_t>(GetTimeFromDateStr(text.c_str()));
+    if (!ReadAttrib(request, "End", text, kPlain)) {
+        return -1;
+    }
+    user->uiEndTime = static_cast<uint32_t>(GetTimeFromDateStr(text.c_str()));
+    request.IntoElem();
+    int ret = ParseDateList(request, user);
+    request.OutOfElem();
+    return ret;
+}
+
+int ParseAuth(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
+    if (!FindElem(request, "Auth")) {
+        return -1;
+    }
+    struct Count {
+        const char *pszName;
+        uint16_t *pusValue;
+    };
+    const Count counts[] = {
+        {"Pwd", &user->usPwdNum},
+        {"Card", &user->usCardNum},
+        {"Finger", &user->usFingerNum},
+        {"Face", &user->usFaceNum},
+    };
+    for (const Count &count : counts) {
+        int32_t value = 0;
+        if (!ReadInt(request, count.pszName, value, kFullStop)) {
+            return -1;
+        }
+        *count.pusValue = static_cast<uint16_t>(value);
+    }
+    return 0;
+}
+
+int ParseContent(const CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+    int32_t value = 0;
+    if (!ReadInt(request, "index", value, kFullStop)) {
+        return -1;
+    }
+    cfg->usContentIndex = static_cast<uint16_t>(value - 1);
+    if (!ReadInt(request, "type", value, kFullStop)) {
+        return -1;
+    }
+    cfg->ucContentType = static_cast<uint8_t>(value);
+    if (!ReadInt(request, "action", value, kFullStop)) {
+        return -1;
+    }
+    cfg->ucContentAction = static_cast<uint8_t>(value);
+    CopyText(cfg->szContentStr, request.x_GetAttrib("str"));
+    return 0;
+}
+
+int ParseContents(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+    cfg->iContentsAction = OQDEVSDK_DOORLOCK_USER_NO_CONTENTS;
+    if (!request.FindElem("Contents", true)) {
+        return 0;
+    }
+    const std::string action = request.x_GetAttrib("action");
+    if (!action.empty()) {
+        cfg->iContentsAction = static_cast<uint8_t>(ToInt32(action));
+        return 0;
+    }
+    request.IntoElem();
+    int ret = 0;
+    if (request.FindElem("Content", true)) {
+        cfg->iContentsAction = 0;
+        ret = ParseContent(request, cfg);
+    }
+    request.OutOfElem();
+    return ret;
+}
+
+int ParseUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+    oqDevSDK_DoorLock_User_S *user = &cfg->stUser;
+    if (ParseUser(request, cfg->usOptIndex, user) != 0 || ParseExpire(request, user) != 0 ||
+        ParseAuth(request, user) != 0) {
+        return -1;
+    }
+    return ParseContents(request, cfg);
+}
+
+int MapDeviceRefusal(int devCode) noexcept {
+    for (const UserRefusal &refusal : kUserRefusals) {
+        if (refusal.iDevCode == devCode) {
+            return refusal.iResult;
+        }
+    }
+    return kResultRefused;
+}
+
+void AddDevSerial(CMarkupSTL &xml) noexcept {
+    const char *serial = oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey);
+    xml.x_AddElem("DevSerial", serial != nullptr ? serial : "");
+}
+
+// Fetches the device's table into a fresh heap block; null (logged) when it
+// cannot.
+HeapPtr<oqDevSDK_DoorLock_UserInfo_S> FetchUserTable() noexcept {
+    auto table = DoorLock_HeapZalloc<oqDevSDK_DoorLock_UserInfo_S>();
+    if (!table) {
+        oqdev_debug(kLogError, kMallocFailed, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN);
+        return table;
+    }
+    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, table.get(),
+                                       OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN) != 0) {
+        oqdev_debug(kLogError, "Failed to get user info.\n");
+        table.reset();
+    }
+    return table;
+}
+
+// A field the device may have filled to the brim without a terminator.
+template <std::size_t N>
+void SetTextAttrib(CMarkupSTL &xml, const char *name, const char (&field)[N]) noexcept {
+    char text[N + 1];
+    const std::size_t len = strnlen(field, N);
+    std::memcpy(text, field, len);
+    text[len] = '\0';
+    xml.x_SetAttrib(name, text);
+}
+
+void SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept {
+    char text[kHourMinuteLen];
+    std::snprintf(text, sizeof text, "%02d:%02d", hour, minute);
+    xml.x_SetAttrib(name, text);
+}
+
+void SetDateAttrib(CMarkupSTL &xml, const char *name, uint32_t seconds) noexcept {
+    char text[kDateStrLen] = {};
+    const auto value = static_cast<int32_t>(seconds);
+    GetDateStrFromTime(&value, text, sizeof text);
+    xml.x_SetAttrib(name, text);
+}
+
+void FillDate(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserDate_S &date) noexcept {
+    xml.x_AddElem("Date");
+    SetHourMinuteAttrib(xml, "Begin", date.iBeginHour, date.iBeginMinute);
+    SetHourMinuteAttrib(xml, "End", date.iEndHour, date.iEndMinute);
+    char weekday[kDateStrLen] = {};
+    WeekDay_Data2Str(date.ucWeekday, weekday, sizeof weekday);
+    xml.x_SetAttrib("Weekday", weekday);
+    xml.x_SetAttrib("Num", date.iNum);
+    xml.x_SetAttrib("Available", date.iNum == kUnlimited ? kUnlimited : date.iAvailable);
+}
+
+void FillUser(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
+    xml.x_AddElem("UserInfo");
+    xml.IntoElem();
+
+    xml.x_AddElem("User");
+    xml.x_SetAttrib("Index", user.usIndex + 1);
+    xml.x_SetAttrib("Type", user.ucType);
+    SetTextAttrib(xml, "Name", user.szName);
+    SetTextAttrib(xml, "RemarkName", user.szRemarkName);
+
+    xml.x_AddElem("Expire");
+    xml.x_SetAttrib("Enable", user.ucExpireEnable);
+    SetDateAttrib(xml, "Begin", user.uiBeginTime);
+    SetDateAttrib(xml, "End", user.uiEndTime);
+    xml.IntoElem();
+    xml.x_AddElem("DateList");
+    xml.IntoElem();
+    const unsigned int dates = user.usDateNum < OQDEVSDK_DOORLOCK_MAX_USER_DATES
+                                   ? user.usDateNum
+                                   : OQDEVSDK_DOORLOCK_MAX_USER_DATES;
+    for (unsigned int i = 0; i < dates; ++i) {
+        FillDate(xml, user.astDate[i]);
+    }
+    xml.OutOfElem();
+    xml.OutOfElem();
+
+    xml.x_AddElem("Auth");
+    xml.x_SetAttrib("Pwd", user.usPwdNum);
+    xml.x_SetAttrib("Card", user.usCardNum);
+    xml.x_SetAttrib("Finger", user.usFingerNum);
+    xml.x_SetAttrib("Face", user.usFaceNum);
+
+    xml.OutOfElem();
+}
+
+}  // namespace
+
+int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+    const int opt = ParseOpt(request, cfg);
+    if (opt != 0) {
+        return opt > 0 ? 0 : -1;
+    }
+    if (!FindElem(request, "UserInfo")) {
+        return -1;
+    }
+    request.IntoElem();
+    const int ret = ParseUserInfo(request, cfg);
+    request.OutOfElem();
+    return ret;
+}
+
+void FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info) noexcept {
+    if (info == nullptr) {
+        return;
+    }
+    const unsigned int users = info->usUserNum < OQDEVSDK_DOORLOCK_MAX_USERS
+                                   ? info->usUserNum
+                                   : OQDEVSDK_DOORLOCK_MAX_USERS;
+    for (unsigned int i = 0; i < users; ++i) {
+        FillUser(xml, info->astUser[i]);
+    }
+}
+
+int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+    int result = kResultOk;
+    auto cfg = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetUserCfg_S>();
+    if (!cfg) {
+        oqdev_debug(kLogError, kMallocFailed, OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN);
+        result = kResultRefused;
+    } else if (ParseSetUserInfo(request, cfg.get()) != 0) {
+        oqdev_debug(kLogError, "Failed to ParseSetUserInfo.\n");
+        result = kResultBadRequest;
+    } else {
+        const int answer = DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_SET_USER, cfg.get(),
+                                                   OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN);
+        if (answer != 0) {
+            oqdev_debug(kLogError, "Failed to set user info of door lock.\n");
+            result = MapDeviceRefusal(answer);
+        }
+    }
+    Finish(response, result);
+
+    // The platform always gets the list as it is now, whether the set took or
+    // not; failing to get it does not change the set's result.
+    AddDevSerial(response);
+    auto table = FetchUserTable();
+    if (table) {
+        FillUserInfo(response, table.get());
+    }
+    return result;
+}
+
+int ReqHnd_QueryUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+    static_cast<void>(request);
+    AddDevSerial(response);
+    auto table = FetchUserTable();
+    if (!table) {
+        return Finish(response, kResultRefused);
+    }
+    const int result = Finish(response, kResultOk);
+    FillUserInfo(response, table.get());
+    return result;
+}
+
+}  // namespace norla

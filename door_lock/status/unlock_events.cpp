@@ -1,0 +1,86 @@
+// Status item 71: the lock's unlock events, drained in batches. Every
+// non-empty batch is news; once sent (or lost in sending) it is forgotten.
+#include <cstring>
+
+#include "CMarkupSTL.h"
+#include "frame/bus_dev.h"
+#include "frame/domain_ids.h"
+#include "frame/memory.h"
+#include "handlers/codecs.h"
+#include "messaging/envelope.h"
+#include "oqDevSDK_door_lock.h"
+#include "oqdev_log.h"
+#include "status/items.h"
+
+namespace norla {
+namespace {
+
+// The batch waiting to be reported; usRecNum 0 means none.
+oqDevSDK_DoorLock_UnlockEvtRecList_S g_stUnlockEvtRec;
+
+// The user field may fill its whole width without a terminator.
+void SetUserAttrib(CMarkupSTL &xml, const oqDevSDK_DoorLock_UnlockEvtRec_S &rec) noexcept {
+    char user[OQDEVSDK_DOORLOCK_UNLOCK_USER_LEN + 1];
+    const std::size_t len = strnlen(rec.szUser, sizeof rec.szUser);
+    std::memcpy(user, rec.szUser, len);
+    user[len] = '\0';
+    xml.x_SetAttrib("User", user);
+}
+
+}  // namespace
+
+int UnlockEvtRec_IsChanged() noexcept {
+    auto batch = DoorLock_HeapZalloc<oqDevSDK_DoorLock_UnlockEvtRecList_S>();
+    if (!batch) {
+        oqdev_debug(kLogError, "Failed to malloc mem, size=%u\n",
+                    OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN);
+        return 0;
+    }
+    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS, batch.get(),
+                                       OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN) != 0) {
+        oqdev_debug(kLogError, "Failed to get unlock event records info.\n");
+        return 0;
+    }
+    // An empty answer keeps a batch that was fetched but not yet reported.
+    if (batch->usRecNum == 0) {
+        return 0;
+    }
+    std::memcpy(&g_stUnlockEvtRec, batch.get(), sizeof g_stUnlockEvtRec);
+    return 1;
+}
+
+int UnlockEvtRec_Report(int arg) noexcept {
+    static_cast<void>(arg);
+    CMarkupSTL xml;
+    int ret = -1;
+    if (DoorLock_xml_init_report(xml) == 0) {
+        char date[kDateStrLen] = {};
+        xml.x_AddElem("Record");
+        xml.IntoElem();
+        for (unsigned int i = 0;
+             i < g_stUnlockEvtRec.usRecNum && i < OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS; ++i) {
+            const oqDevSDK_DoorLock_UnlockEvtRec_S &rec = g_stUnlockEvtRec.stRecord[i];
+            xml.x_AddElem("Info");
+            SetUserAttrib(xml, rec);
+            xml.x_SetAttrib("Type", rec.ucUnlockType);
+            GetDateStrFromTime(&rec.lUnlockTime, date, sizeof date);
+            xml.x_SetAttrib("Date", date);
+        }
+        xml.OutOfElem();
+        ret = DoorLock_send_report(xml, kCmdReportUnlockEvents);
+    }
+    if (ret != 0) {
+        oqdev_debug(kLogError, "Failed to send unlock event records to platform!!\n");
+    }
+    // A batch whose sending failed is dropped as well, by design: the report
+    // is never retried from the cache.
+    std::memset(&g_stUnlockEvtRec, 0, sizeof g_stUnlockEvtRec);
+    return ret;
+}
+
+int UnlockEvtRec_Reset() noexcept {
+    std::memset(&g_stUnlockEvtRec, 0, sizeof g_stUnlockEvtRec);
+    return 0;
+}
+
+}  // namespace norla
