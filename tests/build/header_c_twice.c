@@ -1,0 +1,7 @@
+/* The include guard must make a second inclusion harmless. */
+#include "oqDevSDK_door_lock.h"
+#include "oqDevSDK_door_lock.h"
+
+int header_c_send_null(void);
+
+int header_c_send_null(void) { return oqDevSDK_DoorLock_Send2Srv_Msg(NULL); }
