@@ -69,15 +69,18 @@ typedef struct oqdev_kernel_send_s {
 } oqdev_kernel_send_s;
 
 static_assert(sizeof(oqdev_redirect_reg_s) == 40, "redirect record is 40 bytes");
-static_assert(offsetof(oqdev_kernel_extend_s, szDomainName) + 2 * OQDEV_KERNEL_NAME_LEN ==
-                  sizeof(oqdev_kernel_extend_s),
-              "domain names close the extension record");
+static_assert(offsetof(oqdev_kernel_extend_s, szDomainVersion) ==
+                  offsetof(oqdev_kernel_extend_s, szDomainName) + OQDEV_KERNEL_NAME_LEN,
+              "the domain version follows the domain name");
 #if UINTPTR_MAX == 0xFFFFFFFFu
 static_assert(sizeof(oqdev_kernel_extend_s) == 88, "extension record is 88 bytes");
 static_assert(offsetof(oqdev_kernel_extend_s, pfnStart) == 4, "pfnStart at 4");
 static_assert(offsetof(oqdev_kernel_extend_s, pfnEvent) == 16, "pfnEvent at 16");
 static_assert(offsetof(oqdev_kernel_extend_s, szDomainName) == 24, "szDomainName at 24");
 static_assert(offsetof(oqdev_kernel_extend_s, szDomainVersion) == 56, "szDomainVersion at 56");
+static_assert(offsetof(oqdev_kernel_extend_s, szDomainName) + 2 * OQDEV_KERNEL_NAME_LEN ==
+                  sizeof(oqdev_kernel_extend_s),
+              "domain names close the extension record");
 static_assert(sizeof(oqdev_kernel_send_s) == 84, "send record is 84 bytes");
 static_assert(offsetof(oqdev_kernel_send_s, uiMsgSeq) == 8, "uiMsgSeq at 8");
 static_assert(offsetof(oqdev_kernel_send_s, pBody) == 12, "pBody at 12");

@@ -7,6 +7,7 @@
 #ifndef OQDEV_SIM_H
 #define OQDEV_SIM_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include <functional>
@@ -32,9 +33,11 @@ struct Redirect {
     int ret;
 };
 struct Sent {
-    oqdev_kernel_send_s rec;  // copy of the record; rec.pBody points into body
+    // Copy of the record; rec.pBody points at body's text (kept valid as the
+    // list grows; read it only while no send is in progress).
+    oqdev_kernel_send_s rec;
     std::string body;
-    std::string version;      // szVersion as text
+    std::string version;  // szVersion as text
     int ret;
 };
 // Domain loaded by the last accepted oqdev_sdk_kernel_extend_load.
@@ -48,12 +51,14 @@ void clear_sent();
 // Faults: the next `count` calls (count < 0: every call until cleared) answer
 // `code`. Code 0 clears the fault.
 void kernel_fail_load(int code);
-void kernel_fail_redirect(int code);                 // every registration
-void kernel_fail_redirect_at(int index, int code);   // the index-th registration (0-based) since reset
+void kernel_fail_redirect(int code);  // every registration
+void kernel_fail_redirect_at(int index,
+                             int code);  // the index-th registration (0-based) since reset
 void kernel_fail_send(int code, int count = -1);
 
 void set_sleep(bool asleep);
-void set_devinfo(const std::string &key, const std::string &value);  // "dev_subserial" defaults to "SIMLOCK0001"
+void set_devinfo(const std::string &key,
+                 const std::string &value);  // "dev_subserial" defaults to "SIMLOCK0001"
 
 // Plays the platform: calls the loaded domain's callbacks. Returns the
 // callback's result, or -1 when no domain is loaded.
@@ -71,7 +76,8 @@ int status_fini_calls();
 bool status_inited();
 const std::vector<StatusItem> &status_items();  // registration order
 std::vector<int> status_ids();
-const std::vector<std::string> &status_ops();   // "init", "fini", "register 66", "unregister 66", "force 67"
+const std::vector<std::string>
+    &status_ops();  // "init", "fini", "register 66", "unregister 66", "force 67"
 // One cycle: every item in registration order, change detector, then report
 // when it answered 1 or the item was forced (forced once).
 void poll();
@@ -119,6 +125,16 @@ void set_tz(const char *tz);
 // Called for every event the emulator sees, in order, with a JSON object text
 // of the event (the simulator prints them). Not called when unset.
 void set_observer(std::function<void(const std::string &json)> fn);
+
+// JSON string literal of `text` (quotes included; control characters as
+// \u00XX), as used in the observer's event texts.
+std::string json_quote(const std::string &text);
+
+// ----- XML class -----
+// Allocation functions of the XML documents (CMarkupSTL), so that tests can
+// count and fail them; null restores malloc and free. Install them only while
+// no document exists.
+void xml_set_alloc_hooks(void *(*alloc)(size_t), void (*dealloc)(void *));
 
 // ----- live mode -----
 // Background threads as on a device: a kernel routing thread fed by a queue

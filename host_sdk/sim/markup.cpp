@@ -1,0 +1,389 @@
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <pugixml.hpp>
+
+#include "CMarkupSTL.h"
+#include "oqdev_sim.h"
+
+namespace {
+
+const char kDeclarationStart[] = "<?xml";
+const char kDeclarationEnd[] = "?>";
+// Long enough for any int in decimal.
+constexpr size_t kIntTextSize = 16;
+
+void *DefaultAlloc(size_t size) {
+    return std::malloc(size);
+}
+void DefaultFree(void *p) {
+    std::free(p);
+}
+
+bool IsBlank(const char *p) {
+    for (; *p != '\0'; ++p) {
+        if (*p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Length of the declaration line at the start of the text, its line end
+// included; 0 when the text does not start with one.
+size_t DeclarationLength(const char *text) {
+    if (std::strncmp(text, kDeclarationStart, sizeof kDeclarationStart - 1) != 0) {
+        return 0;
+    }
+    const char *end = std::strstr(text, kDeclarationEnd);
+    if (end == nullptr) {
+        return 0;
+    }
+    end += sizeof kDeclarationEnd - 1;
+    if (*end == '\r') {
+        ++end;
+    }
+    if (*end == '\n') {
+        ++end;
+    }
+    return static_cast<size_t>(end - text);
+}
+
+void AppendEscaped(std::string &out, const char *text, bool inAttribute) {
+    for (const char *p = text; *p != '\0'; ++p) {
+        switch (*p) {
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += inAttribute ? "&quot;" : "\"";
+                break;
+            case '\r':
+                out += "&#13;";
+                break;
+            case '\n':
+                out += inAttribute ? "&#10;" : "\n";
+                break;
+            case '\t':
+                out += inAttribute ? "&#9;" : "\t";
+                break;
+            default:
+                out += *p;
+        }
+    }
+}
+
+void OpenTag(std::string &out, const pugi::xml_node &node) {
+    out += '<';
+    out += node.name();
+    for (const pugi::xml_attribute &attr : node.attributes()) {
+        out += ' ';
+        out += attr.name();
+        out += "=\"";
+        AppendEscaped(out, attr.value(), true);
+        out += '"';
+    }
+    if (node.first_child()) {
+        out += '>';
+    } else {
+        out += "/>";
+    }
+}
+
+void CloseTag(std::string &out, const pugi::xml_node &node) {
+    if (node.first_child()) {
+        out += "</";
+        out += node.name();
+        out += '>';
+    }
+}
+
+// Writes the node itself; the caller walks into an element's children.
+void WriteNode(std::string &out, const pugi::xml_node &node) {
+    switch (node.type()) {
+        case pugi::node_element:
+            OpenTag(out, node);
+            break;
+        case pugi::node_pcdata:
+        case pugi::node_cdata:
+            AppendEscaped(out, node.value(), false);
+            break;
+        default:
+            break;
+    }
+}
+
+// Compact text of every node under `top`, without recursion so that deep
+// documents cannot exhaust the stack.
+void Serialize(std::string &out, const pugi::xml_node &top) {
+    pugi::xml_node node = top.first_child();
+    while (node) {
+        WriteNode(out, node);
+        if (node.type() == pugi::node_element && node.first_child()) {
+            node = node.first_child();
+            continue;
+        }
+        while (node && !node.next_sibling() && node.parent() != top) {
+            node = node.parent();
+            CloseTag(out, node);
+        }
+        node = node.next_sibling();
+    }
+}
+
+bool HasRoot(const pugi::xml_document &doc) {
+    return static_cast<bool>(
+        doc.find_child([](const pugi::xml_node &n) { return n.type() == pugi::node_element; }));
+}
+
+int CountRoots(const pugi::xml_document &doc) {
+    int n = 0;
+    for (const pugi::xml_node &child : doc.children()) {
+        n += child.type() == pugi::node_element ? 1 : 0;
+    }
+    return n;
+}
+
+bool NameIs(const pugi::xml_node &node, const char *name) {
+    if (node.type() != pugi::node_element) {
+        return false;
+    }
+    return name == nullptr || *name == '\0' || std::strcmp(node.name(), name) == 0;
+}
+
+}  // namespace
+
+struct CMarkupSTL::Impl {
+    pugi::xml_document doc;
+    // The declaration line exactly as it was set, reproduced by GetDoc().
+    std::string declaration;
+    // The current level: the document or an element.
+    pugi::xml_node level;
+    // The main position on that level; null before the first element.
+    pugi::xml_node main;
+
+    Impl() : level(doc) {}
+
+    void Clear() {
+        doc.reset();
+        declaration.clear();
+        level = doc;
+        main = pugi::xml_node();
+    }
+    bool AtTop() const { return level == doc; }
+};
+
+CMarkupSTL::CMarkupSTL() noexcept : m_pImpl(new (std::nothrow) Impl) {}
+
+CMarkupSTL::CMarkupSTL(const char *pszDoc) noexcept : m_pImpl(new (std::nothrow) Impl) {
+    SetDoc(pszDoc);
+}
+
+CMarkupSTL::~CMarkupSTL() = default;
+
+bool CMarkupSTL::SetDoc(const char *pszDoc) noexcept {
+    if (!m_pImpl) {
+        return false;
+    }
+    Impl &d = *m_pImpl;
+    d.Clear();
+    if (pszDoc == nullptr) {
+        return false;
+    }
+    try {
+        size_t declLen = DeclarationLength(pszDoc);
+        const char *body = pszDoc + declLen;
+        if (declLen > 0 && IsBlank(body)) {
+            d.declaration.assign(pszDoc, declLen);
+            return true;
+        }
+        pugi::xml_parse_result parsed = d.doc.load_string(body);
+        if (!parsed || CountRoots(d.doc) != 1) {
+            d.Clear();
+            return false;
+        }
+        d.declaration.assign(pszDoc, declLen);
+        return true;
+    } catch (...) {
+        d.Clear();
+        return false;
+    }
+}
+
+std::string CMarkupSTL::GetDoc() const noexcept {
+    if (!m_pImpl) {
+        return std::string();
+    }
+    try {
+        std::string out = m_pImpl->declaration;
+        Serialize(out, m_pImpl->doc);
+        return out;
+    } catch (...) {
+        return std::string();
+    }
+}
+
+bool CMarkupSTL::FindElem(const char *pszName, bool bFromFirst) noexcept {
+    if (!m_pImpl) {
+        return false;
+    }
+    Impl &d = *m_pImpl;
+    pugi::xml_node node = (bFromFirst || !d.main) ? d.level.first_child() : d.main.next_sibling();
+    for (; node; node = node.next_sibling()) {
+        if (NameIs(node, pszName)) {
+            d.main = node;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CMarkupSTL::IntoElem() noexcept {
+    if (!m_pImpl || !m_pImpl->main) {
+        return false;
+    }
+    m_pImpl->level = m_pImpl->main;
+    m_pImpl->main = pugi::xml_node();
+    return true;
+}
+
+bool CMarkupSTL::OutOfElem() noexcept {
+    if (!m_pImpl || m_pImpl->AtTop()) {
+        return false;
+    }
+    m_pImpl->main = m_pImpl->level;
+    m_pImpl->level = m_pImpl->level.parent();
+    return true;
+}
+
+void CMarkupSTL::ResetPos() noexcept {
+    if (m_pImpl) {
+        m_pImpl->level = m_pImpl->doc;
+        m_pImpl->main = pugi::xml_node();
+    }
+}
+
+bool CMarkupSTL::x_AddElem(const char *pszName, const char *pszData) noexcept {
+    if (!m_pImpl || pszName == nullptr || *pszName == '\0') {
+        return false;
+    }
+    Impl &d = *m_pImpl;
+    // A document has one root.
+    if (d.AtTop() && HasRoot(d.doc)) {
+        return false;
+    }
+    pugi::xml_node node = d.main ? d.level.insert_child_after(pugi::node_element, d.main)
+                                 : d.level.append_child(pugi::node_element);
+    if (!node) {
+        return false;
+    }
+    bool ok = node.set_name(pszName);
+    if (ok && pszData != nullptr && *pszData != '\0') {
+        ok = node.text().set(pszData);
+    }
+    if (!ok) {
+        d.level.remove_child(node);
+        return false;
+    }
+    d.main = node;
+    return true;
+}
+
+bool CMarkupSTL::x_AddElem(const char *pszName, int iData) noexcept {
+    char text[kIntTextSize];
+    std::snprintf(text, sizeof text, "%d", iData);
+    return x_AddElem(pszName, text);
+}
+
+std::string CMarkupSTL::x_GetData() const noexcept {
+    if (!m_pImpl || !m_pImpl->main) {
+        return std::string();
+    }
+    try {
+        return std::string(m_pImpl->main.text().get());
+    } catch (...) {
+        return std::string();
+    }
+}
+
+bool CMarkupSTL::x_SetData(const char *pszData) noexcept {
+    if (!m_pImpl || !m_pImpl->main) {
+        return false;
+    }
+    pugi::xml_node &main = m_pImpl->main;
+    if (pszData == nullptr || *pszData == '\0') {
+        // No text left: the element prints as an empty tag again.
+        while (pugi::xml_node text = main.find_child([](const pugi::xml_node &n) {
+            return n.type() == pugi::node_pcdata || n.type() == pugi::node_cdata;
+        })) {
+            main.remove_child(text);
+        }
+        return true;
+    }
+    return main.text().set(pszData);
+}
+
+bool CMarkupSTL::x_SetData(int iData) noexcept {
+    char text[kIntTextSize];
+    std::snprintf(text, sizeof text, "%d", iData);
+    return x_SetData(text);
+}
+
+std::string CMarkupSTL::x_GetAttrib(const char *pszName) const noexcept {
+    if (!m_pImpl || !m_pImpl->main || pszName == nullptr) {
+        return std::string();
+    }
+    try {
+        return std::string(m_pImpl->main.attribute(pszName).value());
+    } catch (...) {
+        return std::string();
+    }
+}
+
+bool CMarkupSTL::x_SetAttrib(const char *pszName, const char *pszValue) noexcept {
+    if (!m_pImpl || !m_pImpl->main || pszName == nullptr || *pszName == '\0') {
+        return false;
+    }
+    pugi::xml_node &main = m_pImpl->main;
+    pugi::xml_attribute attr = main.attribute(pszName);
+    if (!attr) {
+        attr = main.append_attribute(pszName);
+    }
+    return attr && attr.set_value(pszValue != nullptr ? pszValue : "");
+}
+
+bool CMarkupSTL::x_SetAttrib(const char *pszName, int iValue) noexcept {
+    char text[kIntTextSize];
+    std::snprintf(text, sizeof text, "%d", iValue);
+    return x_SetAttrib(pszName, text);
+}
+
+std::string CMarkupSTL::GetTagName() const noexcept {
+    if (!m_pImpl || !m_pImpl->main) {
+        return std::string();
+    }
+    try {
+        return std::string(m_pImpl->main.name());
+    } catch (...) {
+        return std::string();
+    }
+}
+
+namespace oqsim {
+
+void xml_set_alloc_hooks(void *(*alloc)(size_t), void (*dealloc)(void *)) {
+    if (alloc == nullptr || dealloc == nullptr) {
+        pugi::set_memory_management_functions(&DefaultAlloc, &DefaultFree);
+        return;
+    }
+    pugi::set_memory_management_functions(alloc, dealloc);
+}
+
+}  // namespace oqsim
