@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <pugixml.hpp>
+#include <vector>
 
 #include "CMarkupSTL.h"
 #include "oqdev_sim.h"
@@ -143,12 +145,47 @@ bool HasRoot(const pugi::xml_document &doc) {
         doc.find_child([](const pugi::xml_node &n) { return n.type() == pugi::node_element; }));
 }
 
-int CountRoots(const pugi::xml_document &doc) {
-    int n = 0;
+// One element and nothing but markup the reader ignores around it.
+bool IsOneTree(const pugi::xml_document &doc) {
+    int roots = 0;
     for (const pugi::xml_node &child : doc.children()) {
-        n += child.type() == pugi::node_element ? 1 : 0;
+        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
+            return false;
+        }
+        roots += child.type() == pugi::node_element ? 1 : 0;
     }
-    return n;
+    return roots == 1;
+}
+
+bool HasDuplicateAttribute(const pugi::xml_node &node, std::vector<const char *> &names) {
+    names.clear();
+    for (const pugi::xml_attribute &attr : node.attributes()) {
+        names.push_back(attr.name());
+    }
+    std::sort(names.begin(), names.end(),
+              [](const char *a, const char *b) { return std::strcmp(a, b) < 0; });
+    return std::adjacent_find(names.begin(), names.end(), [](const char *a, const char *b) {
+               return std::strcmp(a, b) == 0;
+           }) != names.end();
+}
+
+// The reader accepts repeated attributes; a well-formed document has none.
+bool AttributesUnique(const pugi::xml_document &doc) {
+    std::vector<const char *> names;
+    for (pugi::xml_node node = doc.first_child(); node;) {
+        if (node.first_attribute() && HasDuplicateAttribute(node, names)) {
+            return false;
+        }
+        if (node.first_child()) {
+            node = node.first_child();
+            continue;
+        }
+        while (node && !node.next_sibling()) {
+            node = node.parent();
+        }
+        node = node ? node.next_sibling() : node;
+    }
+    return true;
 }
 
 bool NameIs(const pugi::xml_node &node, const char *name) {
@@ -204,8 +241,10 @@ bool CMarkupSTL::SetDoc(const char *pszDoc) noexcept {
             d.declaration.assign(pszDoc, declLen);
             return true;
         }
-        pugi::xml_parse_result parsed = d.doc.load_string(body);
-        if (!parsed || CountRoots(d.doc) != 1) {
+        // As a fragment, so that stray text around the root is seen and refused.
+        pugi::xml_parse_result parsed =
+            d.doc.load_string(body, pugi::parse_default | pugi::parse_fragment);
+        if (!parsed || !IsOneTree(d.doc) || !AttributesUnique(d.doc)) {
             d.Clear();
             return false;
         }
