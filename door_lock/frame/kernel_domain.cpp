@@ -1,0 +1,179 @@
+#include "frame/kernel_domain.h"
+
+#include <cstring>
+
+#include "frame/domain_ids.h"
+#include "handlers/handlers.h"
+#include "messaging/round_trip.h"
+#include "oqdev_log.h"
+#include "status/registry.h"
+
+namespace norla {
+namespace {
+
+constexpr int kCmdSetSwitch = 18699;
+constexpr int kCmdSetKeyValue = 18829;
+constexpr int kCmdSetDevPlan = 18731;
+constexpr int kCmdSystemConfigRsp = 10376;
+
+constexpr int kEventRegistered = 0;
+constexpr int kEventUnregistered = 1;
+constexpr int kEventReregistered = 2;
+constexpr int kRegistered = 1;
+constexpr int kNotRegistered = 0;
+
+// Rows are kept in command-id order, one per line, e.g.
+// {18699, 18700, &ReqHnd_SetSwitchEnable}. A command without a row is ignored
+// like any unknown id.
+constexpr DoorLock_Route_S kRoutes[] = {
+    {kCmdSystemConfigRsp, 0, nullptr, &RspHnd_SetSystemConfig},
+};
+
+struct DoorLock_Redirect_S {
+    int iCmdId;
+    const char *pszType;
+    const char *pszFailMsg;
+};
+
+// Several switch types share one message on purpose.
+constexpr DoorLock_Redirect_S kRedirects[] = {
+    {kCmdSetSwitch, "30", "DoorLock failed to register type: switch is door open notify."},
+    {kCmdSetSwitch, "450", "DoorLock failed to register type: switch is door open notify."},
+    {kCmdSetSwitch, "452", "DoorLock failed to register type: switch is door open notify."},
+    {kCmdSetSwitch, "453", "DoorLock failed to register type: switch is anti door lock mode."},
+    {kCmdSetSwitch, "454", "DoorLock failed to register type: switch is door open video."},
+    {kCmdSetSwitch, "455", "DoorLock failed to register type: switch is face recognition unlock."},
+    {kCmdSetSwitch, "456", "DoorLock failed to register type: switch is indoor open notify."},
+    {kCmdSetSwitch, "457", "DoorLock failed to register type: switch is indoor open notify."},
+    {kCmdSetKeyValue, "doorFingerStore",
+     "DoorLock failed to register type: key is doorFingerStore."},
+    {kCmdSetKeyValue, "doorBellTone", "DoorLock failed to register type: key is doorBellTone."},
+    {kCmdSetKeyValue, "doorPromptTone", "DoorLock failed to register type: key is doorPromptTone."},
+    {kCmdSetKeyValue, "doorFaceUnlock", "DoorLock failed to register type: key is doorFaceUnlock."},
+    {kCmdSetDevPlan, "19", "DoorLock register dev plan error"},
+};
+
+// Copies text into a fixed field, cut to the field's width minus one.
+template <std::size_t N>
+void CopyField(char (&field)[N], const char *text) noexcept {
+    std::strncpy(field, text, N - 1);
+    field[N - 1] = '\0';
+}
+
+void RegisterRedirects() noexcept {
+    oqdev_redirect_reg_s reg;
+    std::memset(&reg, 0, sizeof reg);
+    reg.iDomainId = kDoorLockDomainId;
+    for (const DoorLock_Redirect_S &row : kRedirects) {
+        reg.iCmdId = row.iCmdId;
+        CopyField(reg.szType, row.pszType);
+        if (oqDevSDK_Common_Module_RedirectReg(&reg) != 0) {
+            oqdev_debug(kLogError, "%s\n", row.pszFailMsg);
+        }
+    }
+}
+
+int Dispatch(const DoorLock_Route_S &route, const oqdev_kernel_submsg_s &msg) noexcept {
+    if (route.pfnReq != nullptr) {
+        return DoorLock_PltReq_DoRsp_Handle(msg.pBody, msg.iBodyLen, route.iRspCmd,
+                                            kDoorLockVersion, msg.uiMsgSeq, route.pfnReq);
+    }
+    return route.pfnRsp(msg.pBody, msg.iBodyLen);
+}
+
+}  // namespace
+
+const DoorLock_Route_S *DoorLock_FindRoute(int cmd) noexcept {
+    for (const DoorLock_Route_S &row : kRoutes) {
+        if (row.iReqCmd == cmd) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+int DoorLock_extern_init() noexcept {
+    oqdev_kernel_extend_s ext;
+    std::memset(&ext, 0, sizeof ext);
+    ext.usDomainId = static_cast<uint16_t>(kDoorLockDomainId);
+    ext.pfnStart = &DoorLock_extend_start_cb;
+    ext.pfnStop = &DoorLock_extend_stop_cb;
+    ext.pfnDataRoute = &DoorLock_extend_data_route_cb;
+    ext.pfnEvent = &DoorLock_extend_event_cb;
+    CopyField(ext.szDomainName, kDoorLockDomainName);
+    CopyField(ext.szDomainVersion, kDoorLockVersion);
+
+    int ret = oqdev_sdk_kernel_extend_load(&ext);
+    if (ret != 0) {
+        oqdev_debug(kLogError, "microkernel load DoorLock doamin error:%#x\n",
+                    static_cast<unsigned int>(ret));
+        return ret;
+    }
+    // A refused redirection only costs that command type; the domain still works.
+    RegisterRedirects();
+    oqdev_debug(kLogInfo, "DoorLock domain registered.\n");
+    return 0;
+}
+
+// The kernel offers no unload: the domain and its redirections stay until the
+// process ends.
+void DoorLock_extern_Fint() noexcept {
+    oqdev_debug(kLogInfo, "DoorLock domain deregistered.\n");
+}
+
+void DoorLock_SetRegisterStatus(int status) noexcept {
+    g_stInnerCtrl.iRegisterStatus.store(status, std::memory_order_relaxed);
+}
+
+int DoorLock_GetRegisterStatus() noexcept {
+    return g_stInnerCtrl.iRegisterStatus.load(std::memory_order_relaxed);
+}
+
+int DoorLock_extend_start_cb(void * /*arg*/) noexcept {
+    oqdev_debug(kLogInfo, "DoorLock_extend_start_cb\n");
+    return 0;
+}
+
+int DoorLock_extend_stop_cb(void * /*arg*/) noexcept {
+    oqdev_debug(kLogInfo, "DoorLock_extend_stop_cb\n");
+    return 0;
+}
+
+int DoorLock_extend_event_cb(oqdev_kernel_event_s *event, void * /*arg*/) noexcept {
+    if (event == nullptr) {
+        oqdev_debug(kLogError, "NULL input param!\n");
+        return -1;
+    }
+    oqdev_debug(kLogInfo, "DoorLock_extend_event type %d\n", event->iEventType);
+    if (event->iEventType == kEventRegistered || event->iEventType == kEventReregistered) {
+        DoorLock_SetRegisterStatus(kRegistered);
+    } else if (event->iEventType == kEventUnregistered) {
+        DoorLock_SetRegisterStatus(kNotRegistered);
+    }
+    return 0;
+}
+
+int DoorLock_extend_data_route_cb(oqdev_kernel_submsg_s *submsg, void * /*arg*/) noexcept {
+    if (submsg == nullptr) {
+        oqdev_debug(kLogError, "NULL input param!\n");
+        return -1;
+    }
+    oqdev_debug(kLogError, "Recv:%#x\n", static_cast<unsigned int>(submsg->iCmdId));
+    oqdev_debug(kLogDump, "Content:%s\n", submsg->pBody != nullptr ? submsg->pBody : "");
+    if (oqdev_get_sleep_status() != 0) {
+        oqdev_debug(kLogWarn, "alarm: device sleep!\n");
+        return 0;
+    }
+    const DoorLock_Route_S *route = DoorLock_FindRoute(submsg->iCmdId);
+    if (route == nullptr) {
+        return 0;
+    }
+    int ret = Dispatch(*route, *submsg);
+    if (ret != 0) {
+        oqdev_debug(kLogError, "Result is %d, by Cmdid[%#x].\n", ret,
+                    static_cast<unsigned int>(submsg->iCmdId));
+    }
+    return ret;
+}
+
+}  // namespace norla

@@ -1,0 +1,131 @@
+#include <cjson/cJSON.h>
+
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string>
+
+#include "frame/bus_dev.h"
+#include "frame/domain_ids.h"
+#include "frame/kernel_domain.h"
+#include "handlers/handlers.h"
+#include "messaging/envelope.h"
+#include "oqDevSDK_door_lock.h"
+#include "oqdev_kernel.h"
+#include "oqdev_log.h"
+#include "status/registry.h"
+
+namespace norla {
+namespace {
+
+constexpr int kCmdSystemConfigReq = 10375;
+constexpr int kRegistered = 1;
+// More than a full day, deliberately not exactly one.
+constexpr int64_t kSysCfgQuietSeconds = 86401;
+constexpr const char *kDLPowerType = "DLPower";
+constexpr std::size_t kCfgNameLen = 32;
+constexpr unsigned int kLowByteMask = 0xFFu;
+
+struct CJsonDeleter {
+    void operator()(cJSON *json) const noexcept { cJSON_Delete(json); }
+};
+using CJsonPtr = std::unique_ptr<cJSON, CJsonDeleter>;
+
+int32_t Now() noexcept {
+    return static_cast<int32_t>(std::time(nullptr));
+}
+
+// Authorization comes before DevSerial in this request, unlike the reports.
+bool BuildSysCfgRequest(CMarkupSTL &xml) noexcept {
+    DoorLock_xml_init_req(xml);
+    return xml.x_AddElem("Authorization") &&
+           xml.x_AddElem("DevSerial", oqdev_sdk_kernel_getdevinfo_bykey("dev_subserial")) &&
+           xml.x_AddElem("Type", kDLPowerType);
+}
+
+int SetDLPower(const char *jsonText) noexcept {
+    CJsonPtr json(cJSON_Parse(jsonText));
+    if (json == nullptr) {
+        oqdev_debug(kLogError, "Failed to parse json.\n");
+        return -1;
+    }
+    oqDevSDK_DoorLock_DLPower_S rec;
+    std::memset(&rec, 0, sizeof rec);
+    const cJSON *item = cJSON_GetObjectItem(json.get(), "low_percent");
+    if (item == nullptr) {
+        oqdev_debug(kLogError, "Failed to find item:low_percent\n");
+        return -1;
+    }
+    rec.ucLowPercent =
+        static_cast<uint8_t>(static_cast<unsigned int>(item->valueint) & kLowByteMask);
+    if (DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER, &rec, sizeof rec) != 0) {
+        oqdev_debug(kLogError, "Failed to set dlpower.\n");
+        return -1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int DoorLock_SystemConfig() noexcept {
+    if (DoorLock_GetRegisterStatus() != kRegistered) {
+        return 0;
+    }
+    int64_t elapsed =
+        static_cast<int64_t>(Now()) - g_stInnerCtrl.tLastSysCfg.load(std::memory_order_relaxed);
+    if (elapsed < kSysCfgQuietSeconds) {
+        return 0;
+    }
+    CMarkupSTL xml;
+    if (!BuildSysCfgRequest(xml)) {
+        oqdev_debug(kLogError, "Failed to build system config req of DoorLock.\n");
+        return 0;
+    }
+    // The next tick is the retry; the send's result changes nothing here.
+    (void)DoorLock_send_msg_to_platform(xml, kCmdSystemConfigReq, kDoorLockVersion, 0,
+                                        DoorLock_GetNextSeq());
+    return 0;
+}
+
+int RspHnd_SetSystemConfig(const char *data, int /*len*/) noexcept {
+    CMarkupSTL xml;
+    if (!xml.SetDoc(data)) {
+        oqdev_debug(kLogError, "Failed to parse XML rsp in system config resp of DoorLock.\n");
+        return -1;
+    }
+    int result = DoorLock_xml_get_result(xml);
+    if (result != 0) {
+        oqdev_debug(kLogError, "Invalid result %d from platform, by getting system config rsp.\n",
+                    result);
+        return -1;
+    }
+    if (!xml.FindElem("Type")) {
+        oqdev_debug(kLogError, "Failed to find elem:Type\n");
+        return -1;
+    }
+    char szName[kCfgNameLen] = {0};
+    std::string name = xml.x_GetAttrib("name");
+    if (name.empty()) {
+        oqdev_debug(kLogError, "Failed to find attrib:name\n");
+        return -1;
+    }
+    std::strncpy(szName, name.c_str(), sizeof szName - 1);
+    std::string value = xml.x_GetAttrib("value");
+    if (value.empty()) {
+        oqdev_debug(kLogError, "Failed to find attrib:value\n");
+        return -1;
+    }
+    if (std::strcmp(szName, kDLPowerType) != 0) {
+        oqdev_debug(kLogError, "Invalid system config resp type:%s\n", szName);
+        return -1;
+    }
+    if (SetDLPower(value.c_str()) != 0) {
+        oqdev_debug(kLogError, "Failed to set DLPower.\n");
+        return -1;
+    }
+    g_stInnerCtrl.tLastSysCfg.store(Now(), std::memory_order_relaxed);
+    return 0;
+}
+
+}  // namespace norla

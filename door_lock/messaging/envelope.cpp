@@ -1,0 +1,156 @@
+#include "messaging/envelope.h"
+
+#include <pthread.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "frame/domain_ids.h"
+#include "frame/memory.h"
+#include "oqdev_kernel.h"
+#include "oqdev_log.h"
+
+namespace norla {
+namespace {
+
+constexpr std::size_t kNumTextLen = 32;
+constexpr int kDecimal = 10;
+constexpr const char *kDevSerialKey = "dev_subserial";
+
+struct DoorLock_BusPlt_CtrlObj_S {
+    uint32_t uiSeq;
+};
+DoorLock_BusPlt_CtrlObj_S g_stBusPlt_CtrlObj = {0};
+pthread_mutex_t g_hLock_BusPlat = PTHREAD_MUTEX_INITIALIZER;
+
+bool SetResultText(CMarkupSTL &xml, int code) noexcept {
+    char szCode[kNumTextLen];
+    std::snprintf(szCode, sizeof szCode, "%d", code);
+    return xml.x_SetData(szCode);
+}
+
+// A private, zero-terminated copy of the document text: the kernel may keep
+// the pointer only during the send.
+HeapPtr<char> CopyText(const std::string &text) noexcept {
+    HeapPtr<char> copy(static_cast<char *>(DoorLock_Malloc(text.size() + 1)));
+    if (copy != nullptr) {
+        std::memcpy(copy.get(), text.c_str(), text.size() + 1);
+    }
+    return copy;
+}
+
+}  // namespace
+
+uint32_t DoorLock_GetNextSeq() noexcept {
+    pthread_mutex_lock(&g_hLock_BusPlat);
+    uint32_t seq = g_stBusPlt_CtrlObj.uiSeq;
+    g_stBusPlt_CtrlObj.uiSeq = seq + 1u;  // wraps to 0 after the last number
+    pthread_mutex_unlock(&g_hLock_BusPlat);
+    return seq;
+}
+
+void DoorLock_ResetSeq() noexcept {
+    pthread_mutex_lock(&g_hLock_BusPlat);
+    g_stBusPlt_CtrlObj.uiSeq = 0;
+    pthread_mutex_unlock(&g_hLock_BusPlat);
+}
+
+int DoorLock_xml_init_req(CMarkupSTL &xml) noexcept {
+    xml.SetDoc(kXmlDeclaration);
+    xml.x_AddElem("Request");
+    xml.IntoElem();
+    return 0;
+}
+
+int DoorLock_xml_init_rsp(CMarkupSTL &xml) noexcept {
+    xml.SetDoc(kXmlDeclaration);
+    xml.x_AddElem("Response");
+    xml.IntoElem();
+    char szCode[kNumTextLen];
+    std::snprintf(szCode, sizeof szCode, "%d", kResultOk);
+    xml.x_AddElem("Result", szCode);
+    return 0;
+}
+
+int DoorLock_xml_set_result(CMarkupSTL &xml, int code) noexcept {
+    if (!xml.FindElem("Result", true)) {
+        return 0;
+    }
+    return SetResultText(xml, code) ? 1 : 0;
+}
+
+int DoorLock_xml_get_result(CMarkupSTL &xml) noexcept {
+    xml.ResetPos();
+    if (!xml.FindElem("Response")) {
+        oqdev_debug(kLogError, "Failed to find elem:Response\n");
+        return -1;
+    }
+    xml.IntoElem();
+    if (!xml.FindElem("Result")) {
+        oqdev_debug(kLogError, "Failed to find elem:Result\n");
+        return -1;
+    }
+    // Text that is not a number reads as 0, i.e. success.
+    long code = std::strtol(xml.x_GetData().c_str(), nullptr, kDecimal);
+    int result = static_cast<int>(code);
+    if (result != 0) {
+        oqdev_debug(kLogError, "response result error, code %#x\n",
+                    static_cast<unsigned int>(result));
+    }
+    return result;
+}
+
+int DoorLock_send_msg_to_platform(CMarkupSTL &xml, int cmdId, const char *version,
+                                  unsigned char isResponse, unsigned int seq) noexcept {
+    std::string text = xml.GetDoc();
+    if (text.empty()) {
+        oqdev_debug(kLogError, "Failed to build msg to platform, by cmdid[%#x].\n",
+                    static_cast<unsigned int>(cmdId));
+        return -1;
+    }
+    HeapPtr<char> body = CopyText(text);
+    if (body == nullptr) {
+        oqdev_debug(kLogError, "Failed to malloc mem, size=%u.\n",
+                    static_cast<unsigned int>(text.size() + 1));
+        return -1;
+    }
+
+    oqdev_kernel_send_s rec;
+    std::memset(&rec, 0, sizeof rec);
+    rec.ucIsResponse = isResponse;
+    rec.uiMsgSeq = seq;
+    rec.pBody = body.get();
+    rec.uiBodyLen = static_cast<uint32_t>(text.size());
+    rec.iDomainId = kDoorLockDomainId;
+    rec.iCmdId = cmdId;
+    std::strncpy(rec.szVersion, version != nullptr ? version : "", sizeof rec.szVersion - 1);
+
+    oqdev_debug(kLogError, "Send:%#x\n", static_cast<unsigned int>(cmdId));
+    oqdev_debug(kLogDump, "Content:%s\n", body.get());
+    int ret = oqdev_sdk_kernel_send(&rec);
+    if (ret != 0) {
+        oqdev_debug(kLogError,
+                    "Failed to send msg to platform, by cmdid[%#x] in door_lock domain ret %#x.\n",
+                    static_cast<unsigned int>(cmdId), static_cast<unsigned int>(ret));
+        return -1;
+    }
+    return 0;
+}
+
+int DoorLock_xml_init_report(CMarkupSTL &xml) noexcept {
+    DoorLock_xml_init_req(xml);
+    if (!xml.x_AddElem("DevSerial", oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey)) ||
+        !xml.x_AddElem("Authorization")) {
+        oqdev_debug(kLogError, "Failed to build report of DoorLock.\n");
+        return -1;
+    }
+    return 0;
+}
+
+int DoorLock_send_report(CMarkupSTL &xml, int cmdId) noexcept {
+    return DoorLock_send_msg_to_platform(xml, cmdId, kDoorLockVersion, 0, DoorLock_GetNextSeq());
+}
+
+}  // namespace norla

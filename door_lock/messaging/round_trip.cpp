@@ -1,0 +1,70 @@
+#include "messaging/round_trip.h"
+
+#include <cstdio>
+
+#include "frame/domain_ids.h"
+#include "messaging/envelope.h"
+#include "oqdev_log.h"
+
+namespace norla {
+namespace {
+
+constexpr std::size_t kSeqTextLen = 16;
+constexpr unsigned char kIsResponse = 1;
+constexpr int kNoResponse = 0;
+
+int SendResponse(CMarkupSTL &response, int rspCmd, const char *version, unsigned int seq) noexcept {
+    if (rspCmd == kNoResponse) {
+        oqdev_debug(kLogInfo, "DoorLock_PltReq_DoRsp_Handle no rsp, while rsp cmd = %#x\n",
+                    static_cast<unsigned int>(rspCmd));
+        return 0;
+    }
+    return DoorLock_send_msg_to_platform(response, rspCmd, version, kIsResponse, seq);
+}
+
+// A root named Response is served like a request on purpose.
+bool EnterRoot(CMarkupSTL &request) noexcept {
+    if (!request.FindElem("Request", true) && !request.FindElem("Response", true)) {
+        return false;
+    }
+    return request.IntoElem();
+}
+
+// Lets a handler read the sequence number from the request itself.
+void AddUserDefine(CMarkupSTL &request, unsigned int seq) noexcept {
+    char szSeq[kSeqTextLen];
+    std::snprintf(szSeq, sizeof szSeq, "%u", seq);
+    if (request.x_AddElem("UserDefine")) {
+        request.x_SetAttrib("MsgSeq", szSeq);
+    }
+}
+
+}  // namespace
+
+int DoorLock_PltReq_DoRsp_Handle(const char *data, int /*len*/, int rspCmd, const char *version,
+                                 unsigned int seq, DoorLock_ReqHandler handler) noexcept {
+    CMarkupSTL request;
+    CMarkupSTL response;
+    DoorLock_xml_init_rsp(response);
+
+    if (!request.SetDoc(data)) {
+        oqdev_debug(kLogError, "Failed to parse XML of DoorLock, while rsp cmd = %#x\n",
+                    static_cast<unsigned int>(rspCmd));
+        DoorLock_xml_set_result(response, kResultBadRequest);
+        return SendResponse(response, rspCmd, version, seq);
+    }
+    if (!EnterRoot(request)) {
+        oqdev_debug(kLogError, "Can not find Request in XML of DoorLock, while rsp cmd = %#x\n",
+                    static_cast<unsigned int>(rspCmd));
+        DoorLock_xml_set_result(response, kResultBadRequest);
+        return SendResponse(response, rspCmd, version, seq);
+    }
+    AddUserDefine(request, seq);
+    // What counts is what the handler wrote into the response.
+    if (handler != nullptr) {
+        (void)handler(request, response);
+    }
+    return SendResponse(response, rspCmd, version, seq);
+}
+
+}  // namespace norla

@@ -1,0 +1,80 @@
+#include "status/registry.h"
+
+#include <cstring>
+
+#include "frame/domain_ids.h"
+#include "oqdev_log.h"
+#include "oqdev_status_report.h"
+#include "status/items.h"
+
+namespace norla {
+
+DoorLock_InnerCtrl_S g_stInnerCtrl = {0, {0}, {0}};
+
+namespace {
+
+constexpr int kEndOfItems = 0;
+
+struct DoorLock_StatusItem_S {
+    int iStatusId;
+    oqdev_status_is_changed_fn pfnIsChanged;
+    oqdev_status_report_fn pfnReport;
+    oqdev_status_reset_fn pfnReset;
+};
+
+// Registration (and unregistration) order, power before lock status:
+// 66, 67, 68, 69, 73, 70, 71, 72, 97, 121. One row per line, e.g.
+// {kStatusPower, &PowerStatus_IsChanged, &PowerStatus_Report, &PowerStatus_Reset},
+// An item without a row is never registered, so nothing is reported for it.
+constexpr DoorLock_StatusItem_S kStatusItems[] = {
+    {kEndOfItems, nullptr, nullptr, nullptr},
+};
+
+}  // namespace
+
+int DoorLock_Func_Init() noexcept {
+    if (g_stInnerCtrl.iFuncInited == 1) {
+        oqdev_debug(kLogWarn, "Door lock func module has been inited.\n");
+        return 0;
+    }
+    // One record serves every item: the status-report module copies it.
+    oqdev_status_reg_s reg;
+    std::memset(&reg, 0, sizeof reg);
+    oqDevSDK_report_status_init();
+    for (const DoorLock_StatusItem_S &item : kStatusItems) {
+        if (item.iStatusId == kEndOfItems) {
+            break;
+        }
+        reg.iStatusId = item.iStatusId;
+        reg.pfnIsChanged = item.pfnIsChanged;
+        reg.pfnReport = item.pfnReport;
+        reg.pfnReset = item.pfnReset;
+        oqDevSDK_report_status_register(&reg);
+    }
+    g_stInnerCtrl.iFuncInited = 1;
+    return 0;
+}
+
+void DoorLock_Func_Fint() noexcept {
+    if (g_stInnerCtrl.iFuncInited != 1) {
+        oqdev_debug(kLogWarn, "Door lock func module has not been inited.\n");
+        return;
+    }
+    oqdev_status_reg_s reg;
+    std::memset(&reg, 0, sizeof reg);
+    for (const DoorLock_StatusItem_S &item : kStatusItems) {
+        if (item.iStatusId == kEndOfItems) {
+            break;
+        }
+        reg.iStatusId = item.iStatusId;
+        oqDevSDK_report_status_unregister(&reg);
+    }
+    oqDevSDK_report_status_fini();
+    // Also forgets the platform registration and the last system configuration,
+    // so the next start asks for it again at once.
+    g_stInnerCtrl.iFuncInited = 0;
+    g_stInnerCtrl.iRegisterStatus.store(0, std::memory_order_relaxed);
+    g_stInnerCtrl.tLastSysCfg.store(0, std::memory_order_relaxed);
+}
+
+}  // namespace norla

@@ -1,0 +1,197 @@
+#include <cstdio>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "frame/kernel_domain.h"
+#include "status/registry.h"
+#include "support/fixture.h"
+
+namespace {
+
+using dltest::ModuleTest;
+
+class KernelDomainTest : public ModuleTest {
+  protected:
+    // Lines logged after the reset of the log, as "level:text".
+    static std::vector<std::string> Lines() {
+        std::vector<std::string> lines;
+        for (const oqsim::LogLine &line : oqsim::logs()) {
+            lines.push_back(std::to_string(line.level) + ":" + line.text);
+        }
+        return lines;
+    }
+};
+
+constexpr int kRequestIds[] = {18699, 18731, 18829, 18849, 18853,
+                               18855, 18857, 18859, 18861, 20160};
+
+TEST_F(KernelDomainTest, LoadsTheDomainRecord) {
+    InitModule();
+    ASSERT_TRUE(oqsim::domain_loaded());
+    const oqdev_kernel_extend_s &ext = oqsim::domain();
+    EXPECT_EQ(ext.usDomainId, 4400);
+    EXPECT_EQ(ext.usReserved, 0);
+    EXPECT_EQ(ext.uiReserved, 0u);
+    EXPECT_STREQ(ext.szDomainName, "door_lock");
+    EXPECT_STREQ(ext.szDomainVersion, "v1.0.0");
+    EXPECT_NE(ext.pfnStart, nullptr);
+    EXPECT_NE(ext.pfnStop, nullptr);
+
+    oqsim::clear_logs();
+    ext.pfnStart(nullptr);
+    ext.pfnStop(nullptr);
+    EXPECT_TRUE(HasLog(3, "DoorLock_extend_start_cb"));
+    EXPECT_TRUE(HasLog(3, "DoorLock_extend_stop_cb"));
+}
+
+struct RedirectRow {
+    int cmd;
+    const char *type;
+    const char *message;
+};
+
+const RedirectRow kRedirectRows[] = {
+    {18699, "30", "DoorLock failed to register type: switch is door open notify."},
+    {18699, "450", "DoorLock failed to register type: switch is door open notify."},
+    {18699, "452", "DoorLock failed to register type: switch is door open notify."},
+    {18699, "453", "DoorLock failed to register type: switch is anti door lock mode."},
+    {18699, "454", "DoorLock failed to register type: switch is door open video."},
+    {18699, "455", "DoorLock failed to register type: switch is face recognition unlock."},
+    {18699, "456", "DoorLock failed to register type: switch is indoor open notify."},
+    {18699, "457", "DoorLock failed to register type: switch is indoor open notify."},
+    {18829, "doorFingerStore", "DoorLock failed to register type: key is doorFingerStore."},
+    {18829, "doorBellTone", "DoorLock failed to register type: key is doorBellTone."},
+    {18829, "doorPromptTone", "DoorLock failed to register type: key is doorPromptTone."},
+    {18829, "doorFaceUnlock", "DoorLock failed to register type: key is doorFaceUnlock."},
+    {18731, "19", "DoorLock register dev plan error"},
+};
+
+TEST_F(KernelDomainTest, RegistersThirteenRedirectsInOrder) {
+    InitModule();
+    const auto &regs = oqsim::redirects();
+    ASSERT_EQ(regs.size(), std::size(kRedirectRows));
+    for (size_t i = 0; i < regs.size(); ++i) {
+        SCOPED_TRACE(kRedirectRows[i].type);
+        EXPECT_EQ(regs[i].cmd, kRedirectRows[i].cmd);
+        EXPECT_EQ(regs[i].domain, 4400);
+        EXPECT_EQ(regs[i].type, kRedirectRows[i].type);
+    }
+    EXPECT_EQ(oqsim::count_log("DoorLock register dev plan error\n"), 0);
+}
+
+TEST_F(KernelDomainTest, RefusedRedirectsAreLoggedOneByOne) {
+    oqsim::kernel_fail_redirect(-3);
+    EXPECT_EQ(norla::DoorLock_extern_init(), 0);
+    std::vector<std::string> expected;
+    for (const RedirectRow &row : kRedirectRows) {
+        expected.push_back(std::string("1:") + row.message + "\n");
+    }
+    expected.push_back("3:DoorLock domain registered.\n");
+    EXPECT_EQ(Lines(), expected);
+}
+
+TEST_F(KernelDomainTest, OneRefusedRedirectDoesNotStopTheOthers) {
+    oqsim::kernel_fail_redirect_at(4, 9);
+    EXPECT_EQ(norla::DoorLock_extern_init(), 0);
+    EXPECT_EQ(oqsim::redirects().size(), 13u);
+    EXPECT_EQ(Lines(), (std::vector<std::string>{
+                           "1:DoorLock failed to register type: switch is door open video.\n",
+                           "3:DoorLock domain registered.\n"}));
+}
+
+TEST_F(KernelDomainTest, EventsSetTheRegisterStatus) {
+    InitModule();
+    struct Step {
+        int event;
+        int status;
+    };
+    const Step steps[] = {{0, 1}, {1, 0}, {2, 1}, {3, 1}, {1, 0}, {-4, 0}, {2, 1}};
+    for (const Step &step : steps) {
+        oqsim::event(step.event);
+        EXPECT_EQ(norla::DoorLock_GetRegisterStatus(), step.status) << "event " << step.event;
+        EXPECT_TRUE(HasLog(3, "DoorLock_extend_event type " + std::to_string(step.event)));
+    }
+}
+
+TEST_F(KernelDomainTest, EveryRequestRowAnswersUnderTheNextId) {
+    for (int cmd : kRequestIds) {
+        const norla::DoorLock_Route_S *route = norla::DoorLock_FindRoute(cmd);
+        if (route == nullptr) {
+            continue;  // handler not built in: the id is unknown to the module
+        }
+        EXPECT_EQ(route->iRspCmd, cmd + 1);
+        EXPECT_NE(route->pfnReq, nullptr);
+    }
+    const norla::DoorLock_Route_S *answer = norla::DoorLock_FindRoute(10376);
+    ASSERT_NE(answer, nullptr);
+    EXPECT_EQ(answer->iRspCmd, 0);
+    EXPECT_NE(answer->pfnRsp, nullptr);
+    EXPECT_EQ(norla::DoorLock_FindRoute(10375), nullptr);
+}
+
+// Malformed text reaches every routed request's round trip, which must answer
+// it with result 3; unrouted ids stay silent.
+TEST_F(KernelDomainTest, RoutedRequestsAreAnsweredWithTheirSequenceNumber) {
+    InitModule();
+    uint32_t seq = 700;
+    for (int cmd : kRequestIds) {
+        SCOPED_TRACE(cmd);
+        oqsim::clear_sent();
+        oqsim::clear_logs();
+        std::string body = Request(cmd, ++seq, "not xml");
+        if (norla::DoorLock_FindRoute(cmd) == nullptr) {
+            EXPECT_TRUE(oqsim::sent().empty());
+            EXPECT_EQ(oqsim::logs().size(), 2u);
+            continue;
+        }
+        ASSERT_EQ(oqsim::sent().size(), 1u);
+        const oqsim::Sent &rsp = LastSent();
+        EXPECT_EQ(rsp.rec.iCmdId, cmd + 1);
+        EXPECT_EQ(rsp.rec.uiMsgSeq, seq);
+        EXPECT_EQ(rsp.rec.ucIsResponse, 1);
+        EXPECT_EQ(rsp.version, "v1.0.0");
+        EXPECT_EQ(ResultOf(body), 3);
+    }
+}
+
+TEST_F(KernelDomainTest, UnknownIdsOnlyLogTheirArrival) {
+    InitModule();
+    for (int cmd : {18700, 10375, 12355, 0, -1, 99999}) {
+        SCOPED_TRACE(cmd);
+        oqsim::clear_logs();
+        oqsim::deliver(cmd, 5, "<Request><Type/></Request>");
+        char hex[16];
+        std::snprintf(hex, sizeof hex, "%#x", static_cast<unsigned int>(cmd));
+        EXPECT_EQ(Lines(), (std::vector<std::string>{"1:Recv:" + std::string(hex) + "\n",
+                                                     "4:Content:<Request><Type/></Request>\n"}));
+    }
+    EXPECT_TRUE(oqsim::sent().empty());
+    EXPECT_TRUE(Device().received.empty());
+}
+
+TEST_F(KernelDomainTest, SleepingDeviceDropsEveryMessage) {
+    InitModule();
+    oqsim::set_sleep(true);
+    std::vector<int> ids(std::begin(kRequestIds), std::end(kRequestIds));
+    ids.push_back(10376);
+    for (int cmd : ids) {
+        oqsim::deliver(cmd, 9,
+                       "<Response><Result>0</Result><Type name=\"DLPower\" "
+                       "value='{\"low_percent\":20}'/></Response>");
+    }
+    EXPECT_EQ(oqsim::count_log("alarm: device sleep!\n"), static_cast<int>(ids.size()));
+    EXPECT_TRUE(oqsim::sent().empty());
+    EXPECT_TRUE(Device().received.empty());
+    EXPECT_EQ(norla::g_stInnerCtrl.tLastSysCfg.load(), 0);
+}
+
+TEST_F(KernelDomainTest, FailedDispatchIsLoggedWithItsCommand) {
+    InitModule();
+    EXPECT_EQ(oqsim::deliver(10376, 1, "garbage"), -1);
+    EXPECT_TRUE(HasLog(1, "Result is -1, by Cmdid[0x2888]."));
+    oqsim::deliver_null();
+    EXPECT_TRUE(HasLog(1, "NULL input param!"));
+}
+
+}  // namespace

@@ -1,0 +1,142 @@
+#include <string>
+
+#include "frame/bus_dev.h"
+#include "frame/module.h"
+#include "oqDevSDK_door_lock.h"
+#include "support/fixture.h"
+
+namespace {
+
+using dltest::ModuleTest;
+
+class LifecycleTest : public ModuleTest {
+  protected:
+    int Init() {
+        oqDevSDK_DoorLock_InitInfo_S info{};
+        info.stCallback = Device().Callbacks();
+        return oqDevSDK_DoorLock_Init(&info);
+    }
+
+    // The state every failed Init must leave behind.
+    void ExpectTornDown() {
+        char byte = 0;
+        EXPECT_EQ(norla::DoorLock_BusDev_Msg2Dev(0, &byte, 1), -1);
+        EXPECT_EQ(norla::DoorLock_BusDev_GetRuntimeInfo(0, &byte, 1), -1);
+        EXPECT_TRUE(Device().received.empty());
+        EXPECT_EQ(norla::g_iTimerId_SysCfg, -1);
+        EXPECT_EQ(norla::g_stCtrlObj.bTimerInited, 0);
+        EXPECT_FALSE(oqsim::timer_running());
+        EXPECT_TRUE(oqsim::timer_jobs().empty());
+        EXPECT_FALSE(oqsim::status_inited());
+        EXPECT_TRUE(oqsim::status_items().empty());
+    }
+};
+
+TEST_F(LifecycleTest, InitWiresEveryStageInOrder) {
+    ASSERT_EQ(Init(), 0);
+
+    char byte = 0;
+    EXPECT_EQ(norla::DoorLock_BusDev_Msg2Dev(3, &byte, 1), 0);
+    EXPECT_EQ(Device().CountReceived(3), 1);
+    ASSERT_FALSE(oqsim::status_ops().empty());
+    EXPECT_EQ(oqsim::status_ops().front(), "init");
+    EXPECT_TRUE(oqsim::domain_loaded());
+    EXPECT_EQ(oqsim::redirects().size(), 13u);
+    EXPECT_TRUE(HasLog(3, "DoorLock domain registered."));
+
+    EXPECT_TRUE(oqsim::timer_running());
+    ASSERT_EQ(oqsim::timer_jobs().size(), 1u);
+    const oqsim::TimerJob &job = oqsim::timer_jobs().front();
+    EXPECT_EQ(job.name, "doorlock_sys_cfg");
+    EXPECT_EQ(job.interval, 100);
+    EXPECT_EQ(job.mode, 1);
+    EXPECT_EQ(norla::g_iTimerId_SysCfg, job.id);
+    EXPECT_EQ(norla::g_stCtrlObj.bTimerInited, 1);
+    EXPECT_EQ(norla::g_stCtrlObj.bInited, 0);
+}
+
+TEST_F(LifecycleTest, NullInitRecordChangesNothing) {
+    EXPECT_EQ(oqDevSDK_DoorLock_Init(nullptr), 1);
+    EXPECT_TRUE(HasLog(1, "NULL input param."));
+    EXPECT_EQ(oqsim::load_calls(), 0);
+    EXPECT_EQ(oqsim::status_init_calls(), 0);
+    EXPECT_EQ(oqsim::timer_init_calls(), 0);
+    ExpectTornDown();
+}
+
+TEST_F(LifecycleTest, DomainLoadFailureTearsDown) {
+    oqsim::kernel_fail_load(0x55);
+    EXPECT_EQ(Init(), 1);
+    EXPECT_TRUE(HasLog(1, "microkernel load DoorLock doamin error:0x55"));
+    EXPECT_TRUE(HasLog(1, "DoorLock_extern_init failed, exit."));
+    EXPECT_TRUE(oqsim::redirects().empty());
+    EXPECT_EQ(oqsim::timer_init_calls(), 0);
+    EXPECT_EQ(oqsim::timer_fini_calls(), 0);
+    EXPECT_EQ(oqsim::status_fini_calls(), 1);
+    EXPECT_TRUE(HasLog(3, "DoorLock domain deregistered."));
+    ExpectTornDown();
+}
+
+TEST_F(LifecycleTest, TimerJobFailureTearsDown) {
+    oqsim::timer_fail_add(true);
+    EXPECT_EQ(Init(), 1);
+    EXPECT_TRUE(HasLog(1, "Failed to add timer of doorlock_sys_cfg, Door Lock module exit."));
+    EXPECT_EQ(oqsim::timer_init_calls(), 1);
+    EXPECT_EQ(oqsim::timer_fini_calls(), 1);
+    EXPECT_EQ(oqsim::status_fini_calls(), 1);
+    ExpectTornDown();
+
+    // The application may try again once the fault is gone.
+    oqsim::timer_fail_add(false);
+    EXPECT_EQ(Init(), 0);
+    EXPECT_TRUE(oqsim::timer_running());
+}
+
+TEST_F(LifecycleTest, SecondInitRunsEveryStepAgain) {
+    ASSERT_EQ(Init(), 0);
+    ASSERT_EQ(Init(), 0);
+    EXPECT_EQ(oqsim::load_calls(), 2);
+    EXPECT_EQ(oqsim::redirects().size(), 26u);
+    EXPECT_TRUE(HasLog(2, "Door lock func module has been inited."));
+    EXPECT_EQ(oqsim::status_init_calls(), 1);
+
+    EXPECT_EQ(oqsim::timer_jobs().size(), 2u);
+
+    // A refused reload takes the whole running module down. Only the job id
+    // of the last Init is known, so only that job is deleted.
+    oqsim::kernel_fail_load(7);
+    EXPECT_EQ(Init(), 1);
+    char byte = 0;
+    EXPECT_EQ(norla::DoorLock_BusDev_Msg2Dev(0, &byte, 1), -1);
+    EXPECT_EQ(norla::g_iTimerId_SysCfg, -1);
+    EXPECT_EQ(oqsim::timer_jobs().size(), 1u);
+    EXPECT_EQ(oqsim::timer_fini_calls(), 1);
+    EXPECT_FALSE(oqsim::status_inited());
+}
+
+TEST_F(LifecycleTest, FiniOnlyLogsWhileRunning) {
+    ASSERT_EQ(Init(), 0);
+    oqsim::clear_logs();
+    oqDevSDK_DoorLock_Fini();
+    ASSERT_EQ(oqsim::logs().size(), 1u);
+    EXPECT_TRUE(HasLog(2, "DoorLock domain has not inited."));
+    EXPECT_TRUE(oqsim::timer_running());
+    EXPECT_EQ(oqsim::timer_jobs().size(), 1u);
+    EXPECT_EQ(oqsim::status_fini_calls(), 0);
+    char byte = 0;
+    EXPECT_EQ(norla::DoorLock_BusDev_Msg2Dev(1, &byte, 1), 0);
+}
+
+TEST_F(LifecycleTest, Send2SrvNeverAcceptsAMessage) {
+    oqDevSDK_DoorLock_SrvMsg_S msg{};
+    msg.iType = 5;
+    EXPECT_EQ(oqDevSDK_DoorLock_Send2Srv_Msg(nullptr), 1);
+    EXPECT_TRUE(HasLog(1, "NULL input param."));
+    EXPECT_EQ(oqDevSDK_DoorLock_Send2Srv_Msg(&msg), 2);
+    ASSERT_EQ(Init(), 0);
+    EXPECT_EQ(oqDevSDK_DoorLock_Send2Srv_Msg(&msg), 2);
+    EXPECT_EQ(oqsim::count_log("DoorLock domain has not been inited.\n"), 2);
+    EXPECT_TRUE(oqsim::sent().empty());
+}
+
+}  // namespace
