@@ -27,6 +27,16 @@ constexpr int kNotRegistered = 0;
 // like any unknown id.
 constexpr DoorLock_Route_S kRoutes[] = {
     {kCmdSystemConfigRsp, 0, nullptr, &RspHnd_SetSystemConfig},
+    {18699, 18700, &ReqHnd_SetSwitchEnable},
+    {18731, 18732, &ReqHnd_SetDevPlan},
+    {18829, 18830, &ReqHnd_SetKeyValue},
+    {18849, 18850, &ReqHnd_TriggerUserVerify},
+    {18853, 18854, &ReqHnd_QueryNotBackAlarmPlans},
+    {18855, 18856, &ReqHnd_SetNotBackAlarmPlan},
+    {18857, 18858, &ReqHnd_SetUserInfo},
+    {18859, 18860, &ReqHnd_SetSnapPwd},
+    {18861, 18862, &ReqHnd_QuerySnapPwdInfo},
+    {20160, 20161, &ReqHnd_QueryUserInfo},
 };
 
 struct DoorLock_Redirect_S {

@@ -24,11 +24,23 @@ struct DoorLock_StatusItem_S {
 
 // Registration (and unregistration) order, power before lock status:
 // 66, 67, 68, 69, 73, 70, 71, 72, 97, 121. One row per line, e.g.
-// {kStatusPower, &PowerStatus_IsChanged, &PowerStatus_Report, &PowerStatus_Reset},
+// {kStatusPower, &PowerStatus_IsChanged, &PowerStatus_Report, &PowerStatus_Reset}.
 // An item without a row is never registered, so nothing is reported for it.
+// clang-format off
 constexpr DoorLock_StatusItem_S kStatusItems[] = {
+    {kStatusSwitches, &DoorOpenRemindSwitch_IsChanged, &DoorOpenRemindSwitch_Report, &DoorOpenRemindSwitch_Reset},
+    {kStatusFingerStore, &KeyVal_DoorFingerStore_IsChanged, &KeyVal_DoorFingerStore_Report, &KeyVal_DoorFingerStore_Reset},
+    {kStatusBellTone, &KeyVal_DoorBellTone_IsChanged, &KeyVal_DoorBellTone_Report, &KeyVal_DoorBellTone_Reset},
+    {kStatusPromptTone, &KeyVal_DoorPromptTone_IsChanged, &KeyVal_DoorPromptTone_Report, &KeyVal_DoorPromptTone_Reset},
+    {kStatusPower, &PowerStatus_IsChanged, &PowerStatus_Report, &PowerStatus_Reset},
+    {kStatusLockStatus, &LockStatus_IsChanged, &LockStatus_Report, &LockStatus_Reset},
+    {kStatusUnlockEvents, &UnlockEvtRec_IsChanged, &UnlockEvtRec_Report, &UnlockEvtRec_Reset},
+    {kStatusUserInfo, &UserInfo_IsChanged, &UserInfo_Report, &UserInfo_Reset},
+    {kStatusFaceUnlock, &KeyVal_DoorFaceUnlock_IsChanged, &KeyVal_DoorFaceUnlock_Report, &KeyVal_DoorFaceUnlock_Reset},
+    {kStatusAutoFacePlan, &DoorAutoFaceUnlockPlan_IsChanged, &DoorAutoFaceUnlockPlan_Report, &DoorAutoFaceUnlockPlan_Reset},
     {kEndOfItems, nullptr, nullptr, nullptr},
 };
+// clang-format on
 
 }  // namespace
 
