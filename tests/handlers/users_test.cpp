@@ -6,8 +6,6 @@
 #include <vector>
 
 #include "CMarkupSTL.h"
-#include "handlers/handlers.h"
-#include "messaging/round_trip.h"
 #include "oqDevSDK_door_lock.h"
 #include "support/fixture.h"
 
@@ -157,17 +155,13 @@ class UsersTest : public dltest::ModuleTest {
         Device().SetRuntime(kUserTypeCode, *MakeTable(1, 1));
     }
 
-    // Runs one request through the round trip and parses the response.
+    // Delivers one request through the kernel and parses the response.
     XmlAnswer Send(int cmd, int rspCmd, const std::string &body) {
         Device().received.clear();
         oqsim::clear_logs();
         oqsim::clear_sent();
         const uint32_t seq = ++seq_;
-        const norla::DoorLock_ReqHandler handler =
-            cmd == kCmdSetUser ? &norla::ReqHnd_SetUserInfo : &norla::ReqHnd_QueryUserInfo;
-        norla::DoorLock_PltReq_DoRsp_Handle(body.c_str(), static_cast<int>(body.size()), rspCmd,
-                                            "v1.0.0", seq, handler);
-        const std::string rsp = LastSent().body;
+        const std::string rsp = Request(cmd, seq, body);
         EXPECT_EQ(LastSent().rec.iCmdId, rspCmd);
         EXPECT_EQ(LastSent().rec.uiMsgSeq, seq);
         return ParseAnswer(rsp);
