@@ -22,9 +22,20 @@ constexpr int kEventReregistered = 2;
 constexpr int kRegistered = 1;
 constexpr int kNotRegistered = 0;
 
-// Rows are kept in command-id order, one per line, e.g.
-// {18699, 18700, &ReqHnd_SetSwitchEnable}. A command without a row is ignored
-// like any unknown id.
+// The platform's answers to requests the module started: no response is due.
+using DoorLock_RspHandler = int (*)(const char *data, int len);
+
+// A request served by the round trip and answered under iRspCmd, or an answer
+// handed to pfnRsp.
+struct DoorLock_Route_S {
+    int iReqCmd;
+    int iRspCmd;
+    DoorLock_ReqHandler pfnReq;
+    DoorLock_RspHandler pfnRsp = nullptr;
+};
+
+// Rows are kept in command-id order, one per line. A command without a row is
+// ignored like any unknown id.
 constexpr DoorLock_Route_S kRoutes[] = {
     {kCmdSystemConfigRsp, 0, nullptr, &RspHnd_SetSystemConfig},
     {18699, 18700, &ReqHnd_SetSwitchEnable},
@@ -83,6 +94,15 @@ void RegisterRedirects() noexcept {
     }
 }
 
+const DoorLock_Route_S *FindRoute(int cmd) noexcept {
+    for (const DoorLock_Route_S &row : kRoutes) {
+        if (row.iReqCmd == cmd) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
 int Dispatch(const DoorLock_Route_S &route, const oqdev_kernel_submsg_s &msg) noexcept {
     if (route.pfnReq != nullptr) {
         return DoorLock_PltReq_DoRsp_Handle(msg.pBody, msg.iBodyLen, route.iRspCmd,
@@ -92,15 +112,6 @@ int Dispatch(const DoorLock_Route_S &route, const oqdev_kernel_submsg_s &msg) no
 }
 
 }  // namespace
-
-const DoorLock_Route_S *DoorLock_FindRoute(int cmd) noexcept {
-    for (const DoorLock_Route_S &row : kRoutes) {
-        if (row.iReqCmd == cmd) {
-            return &row;
-        }
-    }
-    return nullptr;
-}
 
 int DoorLock_extern_init() noexcept {
     oqdev_kernel_extend_s ext;
@@ -174,7 +185,7 @@ int DoorLock_extend_data_route_cb(oqdev_kernel_submsg_s *submsg, void * /*arg*/)
         oqdev_debug(kLogWarn, "alarm: device sleep!\n");
         return 0;
     }
-    const DoorLock_Route_S *route = DoorLock_FindRoute(submsg->iCmdId);
+    const DoorLock_Route_S *route = FindRoute(submsg->iCmdId);
     if (route == nullptr) {
         return 0;
     }

@@ -22,10 +22,9 @@ struct DoorLock_StatusItem_S {
     oqdev_status_reset_fn pfnReset;
 };
 
-// Registration (and unregistration) order, power before lock status:
-// 66, 67, 68, 69, 73, 70, 71, 72, 97, 121. One row per line, e.g.
-// {kStatusPower, &PowerStatus_IsChanged, &PowerStatus_Report, &PowerStatus_Reset}.
-// An item without a row is never registered, so nothing is reported for it.
+// Registration (and unregistration) order, power before lock status; one row
+// per line. An item without a row is never registered, so nothing is reported
+// for it.
 // clang-format off
 constexpr DoorLock_StatusItem_S kStatusItems[] = {
     {kStatusSwitches, &DoorOpenRemindSwitch_IsChanged, &DoorOpenRemindSwitch_Report, &DoorOpenRemindSwitch_Reset},

@@ -1,4 +1,5 @@
 #include <string>
+#include <vector>
 
 #include "frame/bus_dev.h"
 #include "frame/module.h"
@@ -55,6 +56,52 @@ TEST_F(LifecycleTest, InitWiresEveryStageInOrder) {
     EXPECT_EQ(norla::g_stCtrlObj.bInited, 0);
 }
 
+TEST_F(LifecycleTest, FailedInitTearsEverythingDown) {
+    struct Case {
+        const char *name;
+        void (*fault)();
+        std::vector<std::string> logs;  // level-1 lines, in order
+        size_t redirects;
+        int timerInits;  // each start of the timer service is stopped again
+    };
+    const Case cases[] = {
+        {"domain refused",
+         [] { oqsim::kernel_fail_load(0x55); },
+         {"microkernel load DoorLock doamin error:0x55", "DoorLock_extern_init failed, exit."},
+         0,
+         0},
+        {"timer job refused",
+         [] { oqsim::timer_fail_add(true); },
+         {"Failed to add timer of doorlock_sys_cfg, Door Lock module exit."},
+         13,
+         1},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        oqsim::reset();
+        c.fault();
+        EXPECT_EQ(Init(), 1);
+        std::vector<std::string> errors;
+        for (const oqsim::LogLine &line : oqsim::logs()) {
+            if (line.level == 1) {
+                errors.push_back(line.text.substr(0, line.text.size() - 1));
+            }
+        }
+        EXPECT_EQ(errors, c.logs);
+        EXPECT_EQ(oqsim::redirects().size(), c.redirects);
+        EXPECT_EQ(oqsim::timer_init_calls(), c.timerInits);
+        EXPECT_EQ(oqsim::timer_fini_calls(), c.timerInits);
+        EXPECT_EQ(oqsim::status_fini_calls(), 1);
+        EXPECT_TRUE(HasLog(3, "DoorLock domain deregistered."));
+        ExpectTornDown();
+    }
+
+    // The application may try again once the fault is gone.
+    oqsim::reset();
+    EXPECT_EQ(Init(), 0);
+    EXPECT_TRUE(oqsim::timer_running());
+}
+
 TEST_F(LifecycleTest, NullInitRecordChangesNothing) {
     EXPECT_EQ(oqDevSDK_DoorLock_Init(nullptr), 1);
     EXPECT_TRUE(HasLog(1, "NULL input param."));
@@ -62,34 +109,6 @@ TEST_F(LifecycleTest, NullInitRecordChangesNothing) {
     EXPECT_EQ(oqsim::status_init_calls(), 0);
     EXPECT_EQ(oqsim::timer_init_calls(), 0);
     ExpectTornDown();
-}
-
-TEST_F(LifecycleTest, DomainLoadFailureTearsDown) {
-    oqsim::kernel_fail_load(0x55);
-    EXPECT_EQ(Init(), 1);
-    EXPECT_TRUE(HasLog(1, "microkernel load DoorLock doamin error:0x55"));
-    EXPECT_TRUE(HasLog(1, "DoorLock_extern_init failed, exit."));
-    EXPECT_TRUE(oqsim::redirects().empty());
-    EXPECT_EQ(oqsim::timer_init_calls(), 0);
-    EXPECT_EQ(oqsim::timer_fini_calls(), 0);
-    EXPECT_EQ(oqsim::status_fini_calls(), 1);
-    EXPECT_TRUE(HasLog(3, "DoorLock domain deregistered."));
-    ExpectTornDown();
-}
-
-TEST_F(LifecycleTest, TimerJobFailureTearsDown) {
-    oqsim::timer_fail_add(true);
-    EXPECT_EQ(Init(), 1);
-    EXPECT_TRUE(HasLog(1, "Failed to add timer of doorlock_sys_cfg, Door Lock module exit."));
-    EXPECT_EQ(oqsim::timer_init_calls(), 1);
-    EXPECT_EQ(oqsim::timer_fini_calls(), 1);
-    EXPECT_EQ(oqsim::status_fini_calls(), 1);
-    ExpectTornDown();
-
-    // The application may try again once the fault is gone.
-    oqsim::timer_fail_add(false);
-    EXPECT_EQ(Init(), 0);
-    EXPECT_TRUE(oqsim::timer_running());
 }
 
 TEST_F(LifecycleTest, SecondInitRunsEveryStepAgain) {

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -13,23 +12,9 @@ using RegistryTest = ModuleTest;
 
 const std::vector<int> kOrder = {66, 67, 68, 69, 73, 70, 71, 72, 97, 121};
 
-// Items land one by one; whatever is registered must keep the fixed order.
-bool InFixedOrder(const std::vector<int> &ids) {
-    auto pos = kOrder.begin();
-    for (int id : ids) {
-        pos = std::find(pos, kOrder.end(), id);
-        if (pos == kOrder.end()) {
-            return false;
-        }
-        ++pos;
-    }
-    return true;
-}
-
 TEST_F(RegistryTest, RegistersEachItemOnceInFixedOrder) {
     EXPECT_EQ(norla::DoorLock_Func_Init(), 0);
-    std::vector<int> ids = oqsim::status_ids();
-    EXPECT_TRUE(InFixedOrder(ids));
+    EXPECT_EQ(oqsim::status_ids(), kOrder);
     for (const oqsim::StatusItem &item : oqsim::status_items()) {
         SCOPED_TRACE(item.reg.iStatusId);
         EXPECT_EQ(item.reg.uiReserved1, 0u);
@@ -43,20 +28,19 @@ TEST_F(RegistryTest, RegistersEachItemOnceInFixedOrder) {
 
     EXPECT_EQ(norla::DoorLock_Func_Init(), 0);
     EXPECT_TRUE(HasLog(2, "Door lock func module has been inited."));
-    EXPECT_EQ(oqsim::status_ids(), ids);
+    EXPECT_EQ(oqsim::status_ids(), kOrder);
     EXPECT_EQ(oqsim::status_init_calls(), 1);
 }
 
 TEST_F(RegistryTest, FiniUnregistersInTheSameOrderThenClearsState) {
     norla::DoorLock_Func_Init();
-    std::vector<int> ids = oqsim::status_ids();
     size_t before = oqsim::status_ops().size();
     norla::g_stInnerCtrl.iRegisterStatus = 1;
     norla::g_stInnerCtrl.tLastSysCfg = 123456;
 
     norla::DoorLock_Func_Fint();
     std::vector<std::string> expected;
-    for (int id : ids) {
+    for (int id : kOrder) {
         expected.push_back("unregister " + std::to_string(id));
     }
     expected.push_back("fini");
