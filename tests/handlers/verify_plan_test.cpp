@@ -226,3 +226,34 @@ TEST_F(VerifyPlanTest, SetDevPlanFailures) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(VerifyPlanTest, EveryPlanCommandAnswersThroughTheKernel) {
+    Device().SetRuntime(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, LockPlan());
+    const struct {
+        int cmd;
+        std::string body;
+        int result;
+    } cases[] = {
+        {18859, "<OptType Type=\"2\" Index=\"1\"/>", 0},
+        {18861, "", 0},
+        {18855, "<OptType Type=\"2\" Index=\"1\"/>", 0},
+        {18853, "", 0},
+        {18849, "<UserID>u</UserID><Timeout>1</Timeout>", 0},
+        {18731, "<Enable>1</Enable>" + Actor(), 0},
+        {18731, Actor(18), 131},
+    };
+    uint32_t seq = 700;
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.cmd);
+        std::string rsp = Request(c.cmd, ++seq, "<Request>" + c.body + "</Request>");
+        EXPECT_EQ(ResultOf(rsp), c.result);
+        const oqsim::Sent &sent = LastSent();
+        EXPECT_EQ(sent.rec.iCmdId, c.cmd + 1);
+        EXPECT_EQ(sent.rec.uiMsgSeq, seq);
+        EXPECT_EQ(sent.rec.ucIsResponse, 1);
+    }
+}
+
+}  // namespace

@@ -226,3 +226,33 @@ TEST_F(FacePlanTest, ReportedPlanSetsTheSameSchedule) {
 }
 
 }  // namespace
+
+namespace {
+
+int PlanReports() {
+    int n = 0;
+    for (const oqsim::Sent &sent : oqsim::sent()) {
+        n += sent.rec.iCmdId == norla::kCmdReportAutoFacePlan ? 1 : 0;
+    }
+    return n;
+}
+
+// Polled by the status-report module: reported on change and after every set
+// handed to the lock, even when the lock's plan stayed the same.
+TEST_F(FacePlanTest, ReportedOnChangeAndAfterEverySet) {
+    Device().SetRuntime(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, BusyPlan());
+    oqsim::poll();
+    EXPECT_EQ(PlanReports(), 1);
+    oqsim::poll();
+    EXPECT_EQ(PlanReports(), 1);
+
+    std::string rsp =
+        Request(18731, 9, "<Request><Actor Channel=\"1\" PlanType=\"19\"/></Request>");
+    EXPECT_EQ(ResultOf(rsp), 0);
+    oqsim::poll();
+    EXPECT_EQ(PlanReports(), 2);
+    oqsim::poll();
+    EXPECT_EQ(PlanReports(), 2);
+}
+
+}  // namespace
