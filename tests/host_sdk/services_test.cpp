@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,32 +17,23 @@
 namespace {
 
 std::vector<std::string> g_calls;
-int g_changed66 = 0;
-int g_changed67 = 0;
+std::map<int, int> g_changed;
 
-int Changed66() {
-    g_calls.push_back("changed 66");
-    return g_changed66;
+// Item `Id`'s three functions; item 67 reports -2 and resets to 5.
+template <int Id>
+int Changed() {
+    g_calls.push_back("changed " + std::to_string(Id));
+    return g_changed[Id];
 }
-int Report66(int) {
-    g_calls.push_back("report 66");
-    return 0;
+template <int Id>
+int Report(int) {
+    g_calls.push_back("report " + std::to_string(Id));
+    return Id == 67 ? -2 : 0;
 }
-int Reset66() {
-    g_calls.push_back("reset 66");
-    return 0;
-}
-int Changed67() {
-    g_calls.push_back("changed 67");
-    return g_changed67;
-}
-int Report67(int) {
-    g_calls.push_back("report 67");
-    return -2;
-}
-int Reset67() {
-    g_calls.push_back("reset 67");
-    return 5;
+template <int Id>
+int Reset() {
+    g_calls.push_back("reset " + std::to_string(Id));
+    return Id == 67 ? 5 : 0;
 }
 
 void Register(int id, oqdev_status_is_changed_fn changed, oqdev_status_report_fn report,
@@ -59,8 +51,7 @@ class Services : public ::testing::Test {
     void SetUp() override {
         oqsim::reset();
         g_calls.clear();
-        g_changed66 = 0;
-        g_changed67 = 0;
+        g_changed.clear();
     }
     void TearDown() override { oqsim::reset(); }
 
@@ -76,21 +67,21 @@ using Calls = std::vector<std::string>;
 
 TEST_F(Services, PollRunsDetectorsInOrderAndReportsChangedOrForcedItemsOnce) {
     oqDevSDK_report_status_init();
-    Register(67, &Changed67, &Report67, &Reset67);
-    Register(66, &Changed66, &Report66, &Reset66);
+    Register(67, &Changed<67>, &Report<67>, &Reset<67>);
+    Register(66, &Changed<66>, &Report<66>, &Reset<66>);
     EXPECT_EQ(oqsim::status_ids(), (std::vector<int>{67, 66}));
 
     EXPECT_EQ(Poll(), (Calls{"changed 67", "changed 66"}));
-    g_changed66 = 1;
+    g_changed[66] = 1;
     EXPECT_EQ(Poll(), (Calls{"changed 67", "changed 66", "report 66"}));
-    g_changed66 = -1;
+    g_changed[66] = -1;
     EXPECT_EQ(oqDevSDK_report_set_force_report(67), 0);
     EXPECT_EQ(oqDevSDK_report_set_force_report(99), -1);
     EXPECT_EQ(Poll(), (Calls{"changed 67", "report 67", "changed 66"}));
     EXPECT_EQ(Poll(), (Calls{"changed 67", "changed 66"})) << "forced once";
 
     // Registering an id again replaces it where it first stood.
-    Register(67, &Changed66, &Report66, &Reset66);
+    Register(67, &Changed<66>, &Report<66>, &Reset<66>);
     EXPECT_EQ(oqsim::status_ids(), (std::vector<int>{67, 66}));
     oqdev_status_reg_s reg{};
     reg.iStatusId = 67;
@@ -105,8 +96,8 @@ TEST_F(Services, PollRunsDetectorsInOrderAndReportsChangedOrForcedItemsOnce) {
 }
 
 TEST_F(Services, ResetCallsOneOrEveryItem) {
-    Register(66, &Changed66, &Report66, &Reset66);
-    Register(67, &Changed67, &Report67, &Reset67);
+    Register(66, &Changed<66>, &Report<66>, &Reset<66>);
+    Register(67, &Changed<67>, &Report<67>, &Reset<67>);
     EXPECT_EQ(oqsim::reset_item(67), 5);
     EXPECT_EQ(oqsim::reset_item(70), -1);
     oqsim::reset_all_items();
@@ -153,7 +144,7 @@ TEST_F(Services, ObserverSeesStatusAndTimerEvents) {
     std::vector<std::string> seen;
     oqsim::set_observer([&seen](const std::string &json) { seen.push_back(json); });
     oqDevSDK_report_status_init();
-    Register(66, &Changed66, &Report66, &Reset66);
+    Register(66, &Changed<66>, &Report<66>, &Reset<66>);
     oqsim::force_report(66);
     oqsim::poll();
     oqsim::reset_item(66);
@@ -228,7 +219,7 @@ TEST_F(Services, LiveModeRoutesQueuedMessagesInOrderAndRunsPollAndTimerThreads) 
     oqdev_kernel_extend_s ext{};
     ext.pfnDataRoute = &LiveRoute;
     ASSERT_EQ(oqdev_sdk_kernel_extend_load(&ext), 0);
-    Register(66, &LiveChanged, &Report66, &Reset66);
+    Register(66, &LiveChanged, &Report<66>, &Reset<66>);
     oqdev_timer_add_element(oqdev_timer_get_comm_instance(), "t", 1, 1, &LiveTick);
 
     oqsim::live_start(1000, 1000);
