@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "frame/bus_dev.h"
@@ -13,6 +12,7 @@
 #include "handlers/handlers.h"
 #include "handlers/settings_keys.h"
 #include "messaging/envelope.h"
+#include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
 #include "oqdev_status_report.h"
@@ -37,11 +37,6 @@ constexpr KeyValueTarget kKeyTargets[] = {
     {kKeyPromptTone, OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE, kStatusPromptTone},
     {kKeyFaceUnlock, OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK, kStatusFaceUnlock},
 };
-
-struct JsonDeleter {
-    void operator()(cJSON *item) const noexcept { cJSON_Delete(item); }
-};
-using JsonPtr = std::unique_ptr<cJSON, JsonDeleter>;
 
 int Finish(CMarkupSTL &response, int result) noexcept {
     DoorLock_xml_set_result(response, result);

@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
 #include "frame/memory.h"
 #include "messaging/envelope.h"
+#include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
 #include "status/items.h"
@@ -28,13 +28,6 @@ constexpr std::size_t kPowerValueLen = 32;
 oqDevSDK_DoorLock_LockStatus_S g_stLockStatus = {kUnknownByte, 0, 0, 0};
 // usPowerNum reads 255 until the first change.
 oqDevSDK_DoorLock_PowerStatus_S g_stPowerStatus = {kUnknownByte, {0, 0}, {}};
-
-struct JsonDeleter {
-    void operator()(cJSON *item) const noexcept { cJSON_Delete(item); }
-};
-struct JsonTextDeleter {
-    void operator()(char *text) const noexcept { cJSON_free(text); }
-};
 
 bool SignalWithinTolerance(uint8_t cached, uint8_t fetched) noexcept {
     const int drift = static_cast<int>(cached) - static_cast<int>(fetched);
@@ -157,7 +150,7 @@ int PowerStatus_IsChanged() noexcept {
 }
 
 int PowerStatus_Report(int /*arg*/) noexcept {
-    std::unique_ptr<cJSON, JsonDeleter> list(cJSON_CreateArray());
+    JsonPtr list(cJSON_CreateArray());
     if (!list) {
         oqdev_debug(kLogError, "Failed to create cjson array.\n");
         return -1;
@@ -170,7 +163,7 @@ int PowerStatus_Report(int /*arg*/) noexcept {
             return -1;
         }
     }
-    std::unique_ptr<char, JsonTextDeleter> text(cJSON_Print(list.get()));
+    JsonTextPtr text(cJSON_Print(list.get()));
     if (!text) {
         oqdev_debug(kLogError, "Failed to create string from cjson.\n");
         return -1;

@@ -7,12 +7,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
 #include "handlers/settings_keys.h"
 #include "messaging/envelope.h"
+#include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
 #include "status/items.h"
@@ -25,8 +25,8 @@ constexpr std::size_t kNumberTextLen = 16;
 // A face unlock fetch that fails with this code in its low bits is passed up
 // as -1; any other failure counts as no change.
 constexpr int kDevErrCodeMask = 0xFFF;
-constexpr int kDevErrFaceUnlockNotReady = 4;
-constexpr int kFaceUnlockNotReady = -1;
+constexpr int kDevErrPassedUp = 4;
+constexpr int kIsChangedDevErr = -1;
 
 // Only iEnable of a slot is compared and reported. At load slots 0 to 2 are
 // unknown (-1) while slots 3 to 7 start as off (0): a first poll that finds
@@ -55,13 +55,6 @@ const NumericKeyItem kPromptTone = {kKeyPromptTone, OQDEVSDK_DOORLOCK_FROM_DEV_P
                                     "Failed to get door prompt tone info.\n",
                                     &g_uiDoorPromptTone_Val};
 
-struct JsonDeleter {
-    void operator()(cJSON *item) const noexcept { cJSON_Delete(item); }
-};
-struct JsonTextDeleter {
-    void operator()(char *text) const noexcept { cJSON_free(text); }
-};
-
 int NumericKey_IsChanged(const NumericKeyItem &item) noexcept {
     int32_t value = 0;
     if (DoorLock_BusDev_GetRuntimeInfo(item.iFromDevType, &value, sizeof value) != 0) {
@@ -75,7 +68,7 @@ int NumericKey_IsChanged(const NumericKeyItem &item) noexcept {
     return 1;
 }
 
-// The single Status element shared by the key-value and power reports.
+// A report whose body is one Status element, as for every key value.
 int SendStatusReport(const char *type, const char *value) noexcept {
     CMarkupSTL xml;
     if (DoorLock_xml_init_report(xml) != 0) {
@@ -181,7 +174,7 @@ int KeyVal_DoorFaceUnlock_IsChanged() noexcept {
     const int ret =
         DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK, &rec, sizeof rec);
     if (ret != 0) {
-        return (ret & kDevErrCodeMask) == kDevErrFaceUnlockNotReady ? kFaceUnlockNotReady : 0;
+        return (ret & kDevErrCodeMask) == kDevErrPassedUp ? kIsChangedDevErr : 0;
     }
     if (std::memcmp(&rec, &g_stFaceUnlock, sizeof rec) == 0) {
         return 0;
@@ -193,7 +186,7 @@ int KeyVal_DoorFaceUnlock_IsChanged() noexcept {
 
 // A JSON failure here answers 0 (nothing to send), unlike the power report.
 int KeyVal_DoorFaceUnlock_Report(int /*arg*/) noexcept {
-    std::unique_ptr<cJSON, JsonDeleter> object(cJSON_CreateObject());
+    JsonPtr object(cJSON_CreateObject());
     if (!object) {
         oqdev_debug(kLogError, "Failed to create json object.\n");
         return 0;
@@ -201,7 +194,7 @@ int KeyVal_DoorFaceUnlock_Report(int /*arg*/) noexcept {
     cJSON_AddNumberToObject(object.get(), kJsonUnlockType, g_stFaceUnlock.iUnlockType);
     cJSON_AddNumberToObject(object.get(), kJsonUnlockSensitivity,
                             g_stFaceUnlock.iUnlockSensitivity);
-    std::unique_ptr<char, JsonTextDeleter> text(cJSON_Print(object.get()));
+    JsonTextPtr text(cJSON_Print(object.get()));
     if (!text) {
         oqdev_debug(kLogError, "Failed to gen string from cjson object.\n");
         return 0;
