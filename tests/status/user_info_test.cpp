@@ -1,11 +1,8 @@
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "CMarkupSTL.h"
+#include "handlers/user_records.h"
 #include "oqDevSDK_door_lock.h"
 #include "status/items.h"
 #include "support/fixture.h"
@@ -13,124 +10,63 @@
 namespace {
 
 constexpr int kLogError = 1;
-constexpr int kUserTypeCode = OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO;
-
-struct UserReport {
-    int cmd = 0;
-    int flag = -1;
-    std::string version;
-    bool hasDevSerial = false;
-    bool hasAuthorization = false;
-    std::vector<std::string> names;
-    std::vector<size_t> dateCounts;
-};
-
-UserReport ParseReport(const oqsim::Sent &sent) {
-    UserReport report;
-    report.cmd = sent.rec.iCmdId;
-    report.flag = sent.rec.ucIsResponse;
-    report.version = sent.version;
-    CMarkupSTL xml;
-    if (!xml.SetDoc(sent.body.c_str()) || !xml.FindElem("Request") || !xml.IntoElem()) {
-        ADD_FAILURE() << "not a request: " << sent.body;
-        return report;
-    }
-    report.hasDevSerial = xml.FindElem("DevSerial", true) && xml.x_GetData() == "SIMLOCK0001";
-    report.hasAuthorization = xml.FindElem("Authorization", true) && xml.x_GetData().empty();
-    xml.ResetPos();
-    xml.FindElem("Request");
-    xml.IntoElem();
-    while (xml.FindElem("UserInfo")) {
-        xml.IntoElem();
-        xml.FindElem("User", true);
-        report.names.push_back(xml.x_GetAttrib("Name"));
-        xml.FindElem("Expire", true);
-        xml.IntoElem();
-        xml.FindElem("DateList", true);
-        xml.IntoElem();
-        size_t dates = 0;
-        while (xml.FindElem("Date")) {
-            ++dates;
-        }
-        report.dateCounts.push_back(dates);
-        xml.OutOfElem();
-        xml.OutOfElem();
-        xml.OutOfElem();
-    }
-    return report;
-}
-
-std::unique_ptr<oqDevSDK_DoorLock_UserInfo_S> MakeTable(unsigned int users) {
-    auto table = std::make_unique<oqDevSDK_DoorLock_UserInfo_S>();
-    std::memset(table.get(), 0, sizeof *table);
-    table->usUserNum = static_cast<uint16_t>(users);
-    for (unsigned int i = 0; i < users; ++i) {
-        oqDevSDK_DoorLock_User_S &u = table->astUser[i];
-        u.usIndex = static_cast<uint16_t>(i);
-        std::snprintf(u.szName, sizeof u.szName, "user%u", i);
-        u.usDateNum = OQDEVSDK_DOORLOCK_MAX_USER_DATES;
-    }
-    return table;
-}
+constexpr int kTableCode = OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO;
 
 class UserInfoItemTest : public dltest::ModuleTest {
   protected:
     void SetUp() override {
         ModuleTest::SetUp();
         InitModule();
-        Device().SetRuntime(kUserTypeCode, *MakeTable(0));
+        Offer(0);
         norla::UserInfo_Reset();
     }
 
-    UserReport Report() {
+    void Offer(unsigned int users) { Device().SetRuntime(kTableCode, *usertest::MakeTable(users)); }
+    // Sends the report and returns the names of the users it carried.
+    std::vector<std::string> Report() {
         oqsim::clear_sent();
         EXPECT_EQ(norla::UserInfo_Report(0), 0);
-        EXPECT_EQ(oqsim::sent().size(), 1u);
-        return oqsim::sent().empty() ? UserReport{} : ParseReport(oqsim::sent().back());
+        const oqsim::Sent &sent = LastSent();
+        EXPECT_EQ(sent.rec.iCmdId, norla::kCmdReportUserInfo);
+        EXPECT_EQ(sent.rec.ucIsResponse, 0);
+        EXPECT_EQ(sent.version, "v1.0.0");
+        const usertest::XmlMessage msg = usertest::ReadMessage(sent.body);
+        EXPECT_EQ(msg.texts, (std::map<std::string, std::string>{{"DevSerial", "SIMLOCK0001"},
+                                                                 {"Authorization", ""}}));
+        std::vector<std::string> names;
+        for (const usertest::XmlUser &u : msg.users) {
+            names.push_back(u.user.at("Name"));
+        }
+        return names;
     }
 };
 
-TEST_F(UserInfoItemTest, ResetMakesEvenAnEmptyTableNews) {
+TEST_F(UserInfoItemTest, ResetMakesEvenAnEmptyTableNewsOnce) {
     EXPECT_EQ(norla::UserInfo_IsChanged(), 1);
-    const UserReport report = Report();
-    EXPECT_EQ(report.cmd, norla::kCmdReportUserInfo);
-    EXPECT_EQ(report.flag, 0);
-    EXPECT_EQ(report.version, "v1.0.0");
-    EXPECT_TRUE(report.hasDevSerial);
-    EXPECT_TRUE(report.hasAuthorization);
-    EXPECT_TRUE(report.names.empty());
+    EXPECT_TRUE(Report().empty());
     EXPECT_EQ(norla::UserInfo_IsChanged(), 0);
 }
 
-TEST_F(UserInfoItemTest, AnyChangedByteOfTheTableIsNews) {
-    auto table = MakeTable(2);
-    Device().SetRuntime(kUserTypeCode, *table);
+TEST_F(UserInfoItemTest, AnyChangedByteIsNewsAndTheReportSendsTheCache) {
+    auto table = usertest::MakeTable(2);
+    Device().SetRuntime(kTableCode, *table);
     EXPECT_EQ(norla::UserInfo_IsChanged(), 1);
     EXPECT_EQ(norla::UserInfo_IsChanged(), 0);
-
-    // A slot past usUserNum is compared too, though never reported.
+    // Slots past usUserNum are compared too, though never reported.
     table->astUser[OQDEVSDK_DOORLOCK_MAX_USERS - 1].usFaceNum = 1;
-    Device().SetRuntime(kUserTypeCode, *table);
+    Device().SetRuntime(kTableCode, *table);
     EXPECT_EQ(norla::UserInfo_IsChanged(), 1);
-    const UserReport report = Report();
-    EXPECT_EQ(report.names, (std::vector<std::string>{"user0", "user1"}));
-    EXPECT_EQ(report.dateCounts, (std::vector<size_t>{4, 4}));
-}
 
-TEST_F(UserInfoItemTest, ReportSendsTheCacheNotAFreshTable) {
-    Device().SetRuntime(kUserTypeCode, *MakeTable(3));
-    ASSERT_EQ(norla::UserInfo_IsChanged(), 1);
-    Device().SetRuntime(kUserTypeCode, *MakeTable(1));
-    const int fetches = Device().get_calls[kUserTypeCode];
-    EXPECT_EQ(Report().names.size(), 3u);
-    EXPECT_EQ(Device().get_calls[kUserTypeCode], fetches);
+    Offer(5);
+    const int fetches = Device().get_calls[kTableCode];
+    EXPECT_EQ(Report(), (std::vector<std::string>{"user0", "user1"}));
+    EXPECT_EQ(Device().get_calls[kTableCode], fetches);
 }
 
 TEST_F(UserInfoItemTest, FailuresKeepTheCacheUntilAFetchSucceeds) {
     ASSERT_EQ(norla::UserInfo_IsChanged(), 1);
-    Device().SetRuntime(kUserTypeCode, *MakeTable(1));
-
-    Device().get_result[kUserTypeCode] = 7;
+    Offer(1);
+    Device().get_result[kTableCode] = 7;
     EXPECT_EQ(norla::UserInfo_IsChanged(), 0);
     EXPECT_TRUE(HasLog(kLogError, "Failed to get user info."));
     Device().get_result.clear();
@@ -139,37 +75,27 @@ TEST_F(UserInfoItemTest, FailuresKeepTheCacheUntilAFetchSucceeds) {
     EXPECT_EQ(norla::UserInfo_IsChanged(), 0);
     EXPECT_TRUE(HasLog(kLogError, "Failed to malloc mem, size=132004."));
 
-    EXPECT_TRUE(Report().names.empty());
+    EXPECT_TRUE(Report().empty());
     EXPECT_EQ(norla::UserInfo_IsChanged(), 1);
-    EXPECT_EQ(Report().names.size(), 1u);
-}
+    EXPECT_EQ(Report().size(), 1u);
 
-TEST_F(UserInfoItemTest, FailedSendIsReturned) {
-    ASSERT_EQ(norla::UserInfo_IsChanged(), 1);
     oqsim::kernel_fail_send(-5, 1);
     EXPECT_NE(norla::UserInfo_Report(0), 0);
 }
 
-TEST_F(UserInfoItemTest, PolledReportsOncePerChange) {
+TEST_F(UserInfoItemTest, PollReportsAFullTableOnce) {
     norla::UserInfo_IsChanged();
-    Device().SetRuntime(kUserTypeCode, *MakeTable(OQDEVSDK_DOORLOCK_MAX_USERS));
-    auto reportsOfUsers = [] {
-        int n = 0;
-        for (const oqsim::Sent &sent : oqsim::sent()) {
-            n += sent.rec.iCmdId == norla::kCmdReportUserInfo ? 1 : 0;
-        }
-        return n;
-    };
+    Offer(OQDEVSDK_DOORLOCK_MAX_USERS);
     oqsim::clear_sent();
     oqsim::poll();
     oqsim::poll();
-    ASSERT_EQ(reportsOfUsers(), 1);
+    std::vector<size_t> reported;
     for (const oqsim::Sent &sent : oqsim::sent()) {
         if (sent.rec.iCmdId == norla::kCmdReportUserInfo) {
-            EXPECT_EQ(ParseReport(sent).names.size(),
-                      static_cast<size_t>(OQDEVSDK_DOORLOCK_MAX_USERS));
+            reported.push_back(usertest::ReadMessage(sent.body).users.size());
         }
     }
+    EXPECT_EQ(reported, std::vector<size_t>{OQDEVSDK_DOORLOCK_MAX_USERS});
 }
 
 }  // namespace
