@@ -215,7 +215,10 @@ int Player::Play(std::istream &in, const std::string &name, const std::string &d
         if (first == std::string::npos || line[first] == '#') {
             continue;
         }
-        m_out.Step(name + ":" + std::to_string(number), line.substr(first));
+        // A note is its own heading.
+        if (line.compare(first, 5, "note ") != 0) {
+            m_out.Step(name + ":" + std::to_string(number), line.substr(first));
+        }
         std::string why;
         if (!Execute(line, dir, &why)) {
             m_out.Finish();
