@@ -97,7 +97,8 @@ Plan LockPlan() {
 // Whether the handler asked for a report of the plan item since `before`.
 bool ForcedSince(size_t before) {
     const auto &ops = oqsim::status_ops();
-    return std::find(ops.begin() + static_cast<long>(before), ops.end(), "force 121") != ops.end();
+    return std::find(ops.begin() + static_cast<std::ptrdiff_t>(before), ops.end(), "force 121") !=
+           ops.end();
 }
 
 std::string Actor(int planType = 19) {
