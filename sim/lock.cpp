@@ -161,7 +161,7 @@ int Lock::OnGet(oqDevSDK_DoorLock_Msg_S *msg) {
         transcript = m_transcript;
         int code = 0;
         ret = TakeFault(m_getFaults, msg->iType, &code) ? code
-                                                         : Fill(msg->iType, msg->pData, msg->uiLen);
+                                                        : Fill(msg->iType, msg->pData, msg->uiLen);
     }
     if (transcript != nullptr) {
         transcript->GetInfo(msg->iType, static_cast<const uint8_t *>(msg->pData), msg->uiLen, ret);
@@ -275,7 +275,8 @@ int Lock::SetUser(const oqDevSDK_DoorLock_SetUserCfg_S &rec) {
         if (t.usUserNum >= OQDEVSDK_DOORLOCK_MAX_USERS) {
             return kLockErrUsersFull;
         }
-        std::memmove(&t.astUser[pos + 1], &t.astUser[pos], (t.usUserNum - pos) * sizeof t.astUser[0]);
+        std::memmove(&t.astUser[pos + 1], &t.astUser[pos],
+                     (t.usUserNum - pos) * sizeof t.astUser[0]);
         ++t.usUserNum;
     }
     t.astUser[pos] = rec.stUser;
@@ -307,7 +308,8 @@ int Lock::SetAlarmPlan(oqDevSDK_DoorLock_SetAlarmPlan_S &rec) {
         if (!known) {
             return kLockErrPlanUnknown;
         }
-        std::memmove(&l.astPlan[pos], &l.astPlan[pos + 1], (l.usCount - pos - 1) * sizeof l.astPlan[0]);
+        std::memmove(&l.astPlan[pos], &l.astPlan[pos + 1],
+                     (l.usCount - pos - 1) * sizeof l.astPlan[0]);
         --l.usCount;
         std::memset(&l.astPlan[l.usCount], 0, sizeof l.astPlan[0]);
         return 0;

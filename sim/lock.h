@@ -20,17 +20,24 @@ class Transcript;
 
 // Answers of the lock besides 0. The module turns some of them into platform
 // result codes of their own.
-constexpr int kLockErrBadRecord = 0x18000;   // short record, index out of range
-constexpr int kLockErrSnapFull = 0x18001;    // no free snap password slot
-constexpr int kLockErrSnapUnknown = 0x18002; // no snap password in that slot
-constexpr int kLockErrSnapLimit = 0x18003;   // use limit neither -1 nor positive
-constexpr int kLockErrUsersFull = 0x18004;   // user table full
-constexpr int kLockErrUserUnknown = 0x18005; // no user with that index
-constexpr int kLockErrPlansFull = 0x18006;   // no free alarm plan slot
-constexpr int kLockErrPlanUnknown = 0x18007; // no alarm plan with that index
+constexpr int kLockErrBadRecord = 0x18000;    // short record, index out of range
+constexpr int kLockErrSnapFull = 0x18001;     // no free snap password slot
+constexpr int kLockErrSnapUnknown = 0x18002;  // no snap password in that slot
+constexpr int kLockErrSnapLimit = 0x18003;    // use limit neither -1 nor positive
+constexpr int kLockErrUsersFull = 0x18004;    // user table full
+constexpr int kLockErrUserUnknown = 0x18005;  // no user with that index
+constexpr int kLockErrPlansFull = 0x18006;    // no free alarm plan slot
+constexpr int kLockErrPlanUnknown = 0x18007;  // no alarm plan with that index
 
 // Unlock methods as this lock numbers them in its unlock events.
-enum class UnlockHow : uint8_t { Finger = 1, Password = 2, Card = 3, Face = 4, Key = 5, Remote = 6 };
+enum class UnlockHow : uint8_t {
+    Finger = 1,
+    Password = 2,
+    Card = 3,
+    Face = 4,
+    Key = 5,
+    Remote = 6
+};
 
 // Door and bolt states of the lock status record.
 constexpr uint8_t kDoorClosed = 0;
@@ -39,7 +46,7 @@ constexpr uint8_t kBoltUnlocked = 0;
 constexpr uint8_t kBoltLocked = 1;
 
 class Lock {
-public:
+  public:
     Lock();
     ~Lock();
     Lock(const Lock &) = delete;
@@ -71,7 +78,7 @@ public:
     // before the lock answers 0.
     bool Reply(int type, size_t offset, const std::vector<uint8_t> &bytes, std::string *why);
 
-private:
+  private:
     struct State;
     struct Fault {
         int code;

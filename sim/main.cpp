@@ -105,7 +105,8 @@ int main(int argc, char **argv) {
     if (!LoadModule(opt.module, &api)) {
         return kExitUsage;
     }
-    const bool colour = !opt.json && isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr;
+    const bool colour =
+        !opt.json && isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr;
     auto transcript =
         opt.json ? dlsim::MakeJsonTranscript(stdout) : dlsim::MakeHumanTranscript(stdout, colour);
     dlsim::Lock lock;

@@ -16,7 +16,7 @@ namespace dlsim {
 
 // The words of one scenario line, taken from the left.
 class Args {
-public:
+  public:
     explicit Args(std::string text) : m_text(std::move(text)) {}
 
     bool Next(std::string *word) {
@@ -45,7 +45,7 @@ public:
         return m_pos >= m_text.size();
     }
 
-private:
+  private:
     static bool IsBlank(char c) { return c == ' ' || c == '\t'; }
     void SkipBlanks() {
         while (m_pos < m_text.size() && IsBlank(m_text[m_pos])) {
@@ -180,13 +180,13 @@ bool ParseHex(const std::string &text, std::vector<uint8_t> *bytes) {
 }
 
 const Player::Command Player::kCommands[] = {
-    {"init", &Player::Init},       {"fini", &Player::Fini},       {"send2srv", &Player::Send2Srv},
-    {"event", &Player::Event},     {"sleep", &Player::Sleep},     {"devinfo", &Player::DevInfo},
-    {"request", &Player::Request}, {"poll", &Player::Poll},       {"reset", &Player::Reset},
-    {"tick", &Player::Tick},       {"clock", &Player::Clock},     {"advance", &Player::Advance},
-    {"tz", &Player::Tz},           {"kernel", &Player::Kernel},   {"timer", &Player::Timer},
-    {"device", &Player::Device},   {"unlock", &Player::Unlock},   {"door", &Player::Door},
-    {"bolt", &Player::Bolt},       {"signal", &Player::Signal},   {"battery", &Player::Battery},
+    {"init", &Player::Init},       {"fini", &Player::Fini},     {"send2srv", &Player::Send2Srv},
+    {"event", &Player::Event},     {"sleep", &Player::Sleep},   {"devinfo", &Player::DevInfo},
+    {"request", &Player::Request}, {"poll", &Player::Poll},     {"reset", &Player::Reset},
+    {"tick", &Player::Tick},       {"clock", &Player::Clock},   {"advance", &Player::Advance},
+    {"tz", &Player::Tz},           {"kernel", &Player::Kernel}, {"timer", &Player::Timer},
+    {"device", &Player::Device},   {"unlock", &Player::Unlock}, {"door", &Player::Door},
+    {"bolt", &Player::Bolt},       {"signal", &Player::Signal}, {"battery", &Player::Battery},
     {"note", &Player::Note},
 };
 
@@ -448,8 +448,7 @@ bool Player::Kernel(Args &a) {
         if (code == 0) {
             return Fail("a failure CODE is not 0");
         }
-        if (what == "send-fail" && !a.AtEnd() &&
-            !TakeInt(a, "COUNT", 1, kIntMax, &count, &m_why)) {
+        if (what == "send-fail" && !a.AtEnd() && !TakeInt(a, "COUNT", 1, kIntMax, &count, &m_why)) {
             return false;
         }
     } else {

@@ -33,7 +33,7 @@ constexpr int kExitBadLine = 2;
 class Args;
 
 class Player {
-public:
+  public:
     Player(const ModuleApi &api, Lock &lock, Transcript &out);
     ~Player();
     Player(const Player &) = delete;
@@ -45,7 +45,7 @@ public:
     // Runs one line; false with the reason when the line is bad.
     bool Execute(const std::string &line, const std::string &dir, std::string *why);
 
-private:
+  private:
     using Handler = bool (Player::*)(Args &);
     struct Command {
         const char *name;

@@ -41,9 +41,15 @@ constexpr int kAnsweredRequests[] = {18699, 18731, 18829, 18849, 18853,
                                      18855, 18857, 18859, 18861, 20160};
 
 constexpr Named kStatusItems[] = {
-    {66, "door open remind switches"}, {67, "fingerprint store"}, {68, "bell tone"},
-    {69, "prompt tone"},               {70, "lock status"},       {71, "unlock events"},
-    {72, "user info"},                 {73, "power status"},      {97, "face unlock"},
+    {66, "door open remind switches"},
+    {67, "fingerprint store"},
+    {68, "bell tone"},
+    {69, "prompt tone"},
+    {70, "lock status"},
+    {71, "unlock events"},
+    {72, "user info"},
+    {73, "power status"},
+    {97, "face unlock"},
     {121, "auto face unlock plan"},
 };
 
@@ -58,8 +64,7 @@ constexpr TypeInfo kToDevice[] = {
     {OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE, "fingerprint store",
      OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE_LEN},
     {OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE, "bell tone", OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE, "prompt tone",
-     OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE_LEN},
+    {OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE, "prompt tone", OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE_LEN},
     {OQDEVSDK_DOORLOCK_TO_DEV_SET_USER, "set user", OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN},
     {OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN, "set not-back alarm plan",
      OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN},
@@ -133,7 +138,7 @@ T Clamp(T value, T limit) {
 }
 
 class FieldList {
-public:
+  public:
     explicit FieldList(Fields &out, std::string prefix = "")
         : m_out(out), m_prefix(std::move(prefix)) {}
 
@@ -170,7 +175,7 @@ public:
         m_out.emplace_back(m_prefix + name, std::move(value));
     }
 
-private:
+  private:
     Fields &m_out;
     std::string m_prefix;
 };
@@ -225,11 +230,12 @@ void SetUser(FieldList f, const oqDevSDK_DoorLock_SetUserCfg_S &r) {
     f.Text("szContentStr", r.szContentStr);
 }
 
-void AlarmBody(FieldList f,
-               const oqDevSDK_DoorLock_AlarmPeriod_S (&dates)[OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES],
-               uint16_t dateNum,
-               const oqDevSDK_DoorLock_AlarmUser_S (&users)[OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS],
-               uint16_t userNum) {
+void AlarmBody(
+    FieldList f,
+    const oqDevSDK_DoorLock_AlarmPeriod_S (&dates)[OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES],
+    uint16_t dateNum,
+    const oqDevSDK_DoorLock_AlarmUser_S (&users)[OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS],
+    uint16_t userNum) {
     for (size_t i = 0; i < Clamp<size_t>(dateNum, OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES); ++i) {
         const auto &d = dates[i];
         FieldList s = f.Sub("astDate", i);
@@ -439,17 +445,25 @@ Fields DescribeOutputs(int type, const uint8_t *data, size_t len) {
     Fields out;
     FieldList f(out);
     switch (type) {
-        case OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN:
-            f.Num("usIndex", Load<oqDevSDK_DoorLock_SetAlarmPlan_S>(data, len)->usIndex);
+        case OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN: {
+            auto r = Load<oqDevSDK_DoorLock_SetAlarmPlan_S>(data, len);
+            if (r->ucOptType == OQDEVSDK_DOORLOCK_OPT_CREATE) {
+                f.Num("usIndex", r->usIndex);
+            }
             break;
+        }
         case OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD: {
             auto r = Load<oqDevSDK_DoorLock_SetSnapPwd_S>(data, len);
+            if (r->ucOptType != OQDEVSDK_DOORLOCK_OPT_CREATE) {
+                break;
+            }
             f.Num("usIndex", r->usIndex);
             f.Text("szPwd", r->szPwd);
             break;
         }
         case OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY:
-            f.Num("uiVerifyResult", Load<oqDevSDK_DoorLock_UserVerify_S>(data, len)->uiVerifyResult);
+            f.Num("uiVerifyResult",
+                  Load<oqDevSDK_DoorLock_UserVerify_S>(data, len)->uiVerifyResult);
             break;
         default:
             break;

@@ -19,32 +19,32 @@ void Write(FILE *out, const std::string &text) {
 }
 
 class JsonTranscript : public Transcript {
-public:
+  public:
     explicit JsonTranscript(FILE *out) : m_out(out) {}
 
     void Host(const std::string &json) override { Write(m_out, json + "\n"); }
 
     void Call(const char *fn, const int *ret) override {
         const std::string value = ret != nullptr ? std::to_string(*ret) : "null";
-        Write(m_out, std::string("{\"ev\":\"call\",\"fn\":\"") + fn + "\",\"ret\":" + value + "}\n");
+        Write(m_out,
+              std::string("{\"ev\":\"call\",\"fn\":\"") + fn + "\",\"ret\":" + value + "}\n");
     }
 
     void RecvMsg(int type, const uint8_t *handed, const uint8_t * /*after*/, uint32_t len,
                  int ret) override {
         Write(m_out, "{\"ev\":\"recv_msg\",\"type\":" + std::to_string(type) +
-                         ",\"len\":" + std::to_string(len) + ",\"data\":\"" +
-                         HexText(handed, len) + "\",\"ret\":" + std::to_string(ret) + "}\n");
+                         ",\"len\":" + std::to_string(len) + ",\"data\":\"" + HexText(handed, len) +
+                         "\",\"ret\":" + std::to_string(ret) + "}\n");
     }
 
     void GetInfo(int type, const uint8_t * /*filled*/, uint32_t len, int ret) override {
-        Write(m_out, "{\"ev\":\"get_info\",\"type\":" + std::to_string(type) +
-                         ",\"len\":" + std::to_string(len) + ",\"ret\":" + std::to_string(ret) +
-                         "}\n");
+        Write(m_out, "{\"ev\":\"get_info\",\"type\":" + std::to_string(type) + ",\"len\":" +
+                         std::to_string(len) + ",\"ret\":" + std::to_string(ret) + "}\n");
     }
 
     void Finish() override { std::fflush(m_out); }
 
-private:
+  private:
     FILE *m_out;
 };
 
@@ -70,7 +70,7 @@ std::string Ret(int ret) {
 }
 
 class Json {
-public:
+  public:
     explicit Json(const std::string &text) : m_root(cJSON_Parse(text.c_str())) {}
     ~Json() { cJSON_Delete(m_root); }
     Json(const Json &) = delete;
@@ -87,16 +87,17 @@ public:
         return cJSON_IsString(item) ? item->valuestring : "";
     }
 
-private:
+  private:
     cJSON *m_root;
 };
 
 class HumanTranscript : public Transcript {
-public:
+  public:
     HumanTranscript(FILE *out, bool colour) : m_out(out), m_s(colour ? kColour : kPlain) {}
 
     void Step(const std::string &where, const std::string &text) override {
-        std::string shown = text.size() > kMaxStepWidth ? text.substr(0, kMaxStepWidth) + "..." : text;
+        std::string shown =
+            text.size() > kMaxStepWidth ? text.substr(0, kMaxStepWidth) + "..." : text;
         Print(std::string("\n") + m_s.step + where + "  " + shown + m_s.off);
     }
 
@@ -185,7 +186,7 @@ public:
         }
     }
 
-private:
+  private:
     std::string Block(const char *style, const char *who, const std::string &what) const {
         std::string padded = who;
         padded.resize(std::max<size_t>(padded.size(), 20), ' ');
@@ -240,8 +241,8 @@ private:
         const bool response = ev.num("rsp") != 0;
         const int ret = ev.num("ret");
         std::string what = Named(cmd, CommandName(cmd)) + ", seq " + std::to_string(ev.num("seq")) +
-                           (response ? ", response" : ", request") + ", version " +
-                           ev.str("ver") + ", kernel" + Ret(ret);
+                           (response ? ", response" : ", request") + ", version " + ev.str("ver") +
+                           ", kernel" + Ret(ret);
         Print(Block(ret == 0 ? m_s.outgoing : m_s.error, "module -> platform", what) +
               Xml(ev.str("body")));
     }
@@ -356,8 +357,8 @@ std::string Flatten(const char *text) {
             inRun = true;
             continue;
         }
-        if (inRun && !out.empty() && out.back() != ' ' && out.back() != '{' &&
-            out.back() != '[' && *p != '}' && *p != ']') {
+        if (inRun && !out.empty() && out.back() != ' ' && out.back() != '{' && out.back() != '[' &&
+            *p != '}' && *p != ']') {
             out += ' ';
         }
         inRun = false;
@@ -389,7 +390,7 @@ std::string Attributes(const pugi::xml_node &node) {
         // Single quotes spare the escapes of a JSON text's double quotes.
         const char quote =
             value.find('"') != std::string::npos && value.find('\'') == std::string::npos ? '\''
-                                                                                         : '"';
+                                                                                          : '"';
         out += std::string(" ") + attr.name() + "=" + quote + Escape(value, quote) + quote;
     }
     return out;

@@ -11,7 +11,7 @@
 namespace dlsim {
 
 class Transcript {
-public:
+  public:
     virtual ~Transcript() = default;
 
     // An event of the emulated host SDK, as the JSON object text it emits.
