@@ -6,6 +6,12 @@ elseif(DOORLOCK_SANITIZE STREQUAL "tsan")
     set(_san -fsanitize=thread -fno-omit-frame-pointer)
 elseif(DOORLOCK_SANITIZE STREQUAL "ubsan")
     set(_san -fsanitize=undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+        # Thumb function addresses carry bit 0, so binding a reference to a
+        # function (std::thread(Fn), std::function) trips the alignment check.
+        # The x86-64 ASan+UBSan leg keeps checking alignment.
+        list(APPEND _san -fno-sanitize=alignment)
+    endif()
 elseif(NOT DOORLOCK_SANITIZE STREQUAL "")
     message(FATAL_ERROR "Unknown DOORLOCK_SANITIZE '${DOORLOCK_SANITIZE}'")
 endif()

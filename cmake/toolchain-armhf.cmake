@@ -17,6 +17,10 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# The cross runtime (libstdc++, libubsan, the loader) lives in the prefix; the
-# :armhf libraries are found through qemu's fallback to the host paths.
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm;-L;/usr/arm-linux-gnueabihf)
+# The loader and the C/C++ runtime (with libubsan) come from the cross
+# prefix; the :armhf libraries are found through qemu's fallback to the host
+# paths. The guest's LD_LIBRARY_PATH keeps the loader from picking the
+# multiarch libc (/lib/arm-linux-gnueabihf, through the host's ld.so.cache),
+# a different glibc build than the prefix's loader: mixing the two crashes as
+# soon as a thread starts.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm;-L;/usr/arm-linux-gnueabihf;-E;LD_LIBRARY_PATH=/lib)
