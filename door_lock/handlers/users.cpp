@@ -451,13 +451,14 @@ int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
 
 int ReqHnd_QueryUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     static_cast<void>(request);
-    AddDevSerial(response);
     auto table = FetchUserTable();
-    if (!table) {
-        return Finish(response, kResultRefused);
+    // Writing the result moves to Result, so it goes first to keep the users
+    // after DevSerial.
+    const int result = Finish(response, table ? kResultOk : kResultRefused);
+    AddDevSerial(response);
+    if (table) {
+        FillUserInfo(response, table.get());
     }
-    const int result = Finish(response, kResultOk);
-    FillUserInfo(response, table.get());
     return result;
 }
 

@@ -26,6 +26,7 @@ struct XmlUser {
 
 // The root's children: texts of the single elements, users in order.
 struct XmlMessage {
+    std::vector<std::string> tags;
     std::map<std::string, std::string> texts;
     std::vector<XmlUser> users;
 };
@@ -66,6 +67,7 @@ inline XmlMessage ReadMessage(const std::string &body) {
         return msg;
     }
     while (xml.FindElem(nullptr)) {
+        msg.tags.push_back(xml.GetTagName());
         if (xml.GetTagName() == "UserInfo") {
             msg.users.push_back(ReadUser(xml));
         } else {

@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "handlers/user_records.h"
 #include "oqDevSDK_door_lock.h"
@@ -59,6 +60,9 @@ class UsersTest : public dltest::ModuleTest {
         EXPECT_EQ(LastSent().rec.uiMsgSeq, seq);
         EXPECT_EQ(rsp.texts.count("DevSerial") == 1 ? rsp.texts.at("DevSerial") : "",
                   "SIMLOCK0001");
+        std::vector<std::string> tags = {"Result", "DevSerial"};
+        tags.resize(2 + rsp.users.size(), "UserInfo");
+        EXPECT_EQ(rsp.tags, tags);
         return rsp;
     }
     static int Result(const XmlMessage &rsp) { return std::stoi(rsp.texts.at("Result")); }
