@@ -37,6 +37,12 @@ std::string BoundedText(const char (&field)[N]) {
     return std::string(field, strnlen(field, N));
 }
 
+// A record of type T at `data` when the module handed at least its size.
+template <typename T>
+T *As(void *data, uint32_t len) {
+    return len >= sizeof(T) ? static_cast<T *>(data) : nullptr;
+}
+
 }  // namespace
 
 struct Lock::State {
@@ -167,12 +173,6 @@ int Lock::OnGet(oqDevSDK_DoorLock_Msg_S *msg) {
         transcript->GetInfo(msg->iType, static_cast<const uint8_t *>(msg->pData), msg->uiLen, ret);
     }
     return ret;
-}
-
-// A record of type T at `data` when the module handed at least its size.
-template <typename T>
-T *As(void *data, uint32_t len) {
-    return len >= sizeof(T) ? static_cast<T *>(data) : nullptr;
 }
 
 int Lock::Apply(int type, void *data, uint32_t len) {
