@@ -65,8 +65,16 @@ std::string Named(int id, const std::string &name) {
     return name.empty() ? std::to_string(id) : std::to_string(id) + " " + name;
 }
 
+// Large codes are easier to recognise in hex.
 std::string Ret(int ret) {
-    return " -> " + std::to_string(ret);
+    constexpr int kPlainLimit = 255;
+    std::string text = " -> " + std::to_string(ret);
+    if (ret > kPlainLimit) {
+        char hex[16];
+        std::snprintf(hex, sizeof hex, "%#x", static_cast<unsigned>(ret));
+        text += std::string(" (") + hex + ")";
+    }
+    return text;
 }
 
 class Json {
