@@ -15,6 +15,8 @@ const char kDeclarationStart[] = "<?xml";
 const char kDeclarationEnd[] = "?>";
 // Long enough for any int in decimal.
 constexpr size_t kIntTextSize = 16;
+// "&#13;" and its terminator.
+constexpr size_t kCharRefSize = 8;
 
 void *DefaultAlloc(size_t size) {
     return std::malloc(size);
@@ -82,6 +84,33 @@ void AppendEscaped(std::string &out, const char *text, bool inAttribute) {
     }
 }
 
+bool IsText(const pugi::xml_node &node) {
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+// Adjacent text and CDATA nodes print as one text.
+bool RunIsBlank(pugi::xml_node node) {
+    while (node.previous_sibling() && IsText(node.previous_sibling())) {
+        node = node.previous_sibling();
+    }
+    for (; node && IsText(node); node = node.next_sibling()) {
+        if (!IsBlank(node.value())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// A text of blanks only is dropped by the reader as layout; written as
+// character references it reads back as the same text.
+void AppendBlankText(std::string &out, const char *text) {
+    char ref[kCharRefSize];
+    for (const char *p = text; *p != '\0'; ++p) {
+        std::snprintf(ref, sizeof ref, "&#%d;", *p);
+        out += ref;
+    }
+}
+
 void OpenTag(std::string &out, const pugi::xml_node &node) {
     out += '<';
     out += node.name();
@@ -115,7 +144,11 @@ void WriteNode(std::string &out, const pugi::xml_node &node) {
             break;
         case pugi::node_pcdata:
         case pugi::node_cdata:
-            AppendEscaped(out, node.value(), false);
+            if (RunIsBlank(node)) {
+                AppendBlankText(out, node.value());
+            } else {
+                AppendEscaped(out, node.value(), false);
+            }
             break;
         default:
             break;
@@ -186,6 +219,12 @@ bool AttributesUnique(const pugi::xml_document &doc) {
         node = node ? node.next_sibling() : node;
     }
     return true;
+}
+
+// An element's text is its first run of text and CDATA sections: a parsed
+// "a<![CDATA[b]]>" reads as "ab", as it does once printed.
+pugi::xml_node FirstText(const pugi::xml_node &element) {
+    return element.find_child(&IsText);
 }
 
 bool NameIs(const pugi::xml_node &node, const char *name) {
@@ -346,7 +385,12 @@ std::string CMarkupSTL::x_GetData() const noexcept {
         return std::string();
     }
     try {
-        return std::string(m_pImpl->main.text().get());
+        std::string text;
+        for (pugi::xml_node node = FirstText(m_pImpl->main); node && IsText(node);
+             node = node.next_sibling()) {
+            text += node.value();
+        }
+        return text;
     } catch (...) {
         return std::string();
     }
@@ -359,14 +403,21 @@ bool CMarkupSTL::x_SetData(const char *pszData) noexcept {
     pugi::xml_node &main = m_pImpl->main;
     if (pszData == nullptr || *pszData == '\0') {
         // No text left: the element prints as an empty tag again.
-        while (pugi::xml_node text = main.find_child([](const pugi::xml_node &n) {
-            return n.type() == pugi::node_pcdata || n.type() == pugi::node_cdata;
-        })) {
+        while (pugi::xml_node text = FirstText(main)) {
             main.remove_child(text);
         }
         return true;
     }
-    return main.text().set(pszData);
+    pugi::xml_node first = FirstText(main);
+    if (!first) {
+        return main.text().set(pszData);
+    }
+    // The new text replaces the whole run that x_GetData reads.
+    for (pugi::xml_node next = first.next_sibling(); next && IsText(next);
+         next = first.next_sibling()) {
+        main.remove_child(next);
+    }
+    return first.set_value(pszData);
 }
 
 bool CMarkupSTL::x_SetData(int iData) noexcept {

@@ -149,6 +149,41 @@ TEST(Markup, SetDataReplacesOrClearsTheText) {
     EXPECT_EQ(xml.GetDoc(), "<R><Result/></R>");
 }
 
+TEST(Markup, BlankTextSurvivesAPrint) {
+    CMarkupSTL xml;
+    Inside(xml, "<R>&#10;<A/></R>");
+    ASSERT_TRUE(xml.FindElem("A"));
+    ASSERT_TRUE(xml.x_SetData(" \t"));
+    const std::string printed = xml.GetDoc();
+    EXPECT_EQ(printed, "<R>&#10;<A>&#32;&#9;</A></R>");
+    CMarkupSTL back;
+    Inside(back, printed.c_str());
+    EXPECT_EQ(back.x_GetData(), "") << "no main position yet";
+    ASSERT_TRUE(back.FindElem("A"));
+    EXPECT_EQ(back.x_GetData(), " \t");
+    EXPECT_EQ(back.GetDoc(), printed);
+    Inside(back, "<R>x<![CDATA[ ]]></R>");
+    EXPECT_EQ(back.GetDoc(), "<R>x </R>") << "only a text that is blank as a whole";
+    CMarkupSTL layout;
+    Inside(layout, "<R>\n  <A/>\n</R>");
+    EXPECT_EQ(layout.GetDoc(), "<R><A/></R>") << "layout between elements is no text";
+}
+
+TEST(Markup, TextSplitByCdataReadsAsOneAndIsReplacedAsOne) {
+    CMarkupSTL xml;
+    Inside(xml, "<R><V>{\"a\":<![CDATA[1}]]>&amp;<X/>tail</V></R>");
+    ASSERT_TRUE(xml.FindElem("V"));
+    EXPECT_EQ(xml.x_GetData(), "{\"a\":1}&") << "stops at the child element";
+    const std::string printed = xml.GetDoc();
+    CMarkupSTL back;
+    Inside(back, printed.c_str());
+    ASSERT_TRUE(back.FindElem("V"));
+    EXPECT_EQ(back.x_GetData(), xml.x_GetData());
+    ASSERT_TRUE(xml.x_SetData("7"));
+    EXPECT_EQ(xml.x_GetData(), "7");
+    EXPECT_EQ(xml.GetDoc(), "<R><V>7<X/>tail</V></R>");
+}
+
 TEST(Markup, MalformedTextIsRefusedAndLeavesAnEmptyDocument) {
     const char *bad[] = {nullptr,
                          "",
