@@ -22,7 +22,7 @@ std::vector<LogLine> g_logs;
 int g_echoLevel = EchoLevelFromEnvironment();
 
 // printf-style formatting into a text of any length.
-std::string Format(const char *fmt, va_list args) {
+__attribute__((format(printf, 1, 0))) std::string Format(const char *fmt, va_list args) {
     char small[256];
     va_list copy;
     va_copy(copy, args);
