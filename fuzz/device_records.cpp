@@ -1,0 +1,148 @@
+// Device records: the input becomes every runtime record the module fetches
+// (and, when asked, what the device writes back into the records it is
+// handed) while one status item or one request that reads records runs.
+//
+// Byte 0 picks the operation, byte 1 how the device behaves, the rest is the
+// record bytes, handed out front to back across the device calls.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "harness.h"
+#include "oqdev_sim.h"
+#include "status/items.h"
+
+namespace {
+
+constexpr uint32_t kSeq = 77;
+
+using ItemFn = int (*)() noexcept;
+using ReportFn = int (*)(int) noexcept;
+struct Item {
+    ItemFn isChanged;
+    ReportFn report;
+};
+constexpr Item kItems[] = {
+    {&norla::DoorOpenRemindSwitch_IsChanged, &norla::DoorOpenRemindSwitch_Report},
+    {&norla::KeyVal_DoorFingerStore_IsChanged, &norla::KeyVal_DoorFingerStore_Report},
+    {&norla::KeyVal_DoorBellTone_IsChanged, &norla::KeyVal_DoorBellTone_Report},
+    {&norla::KeyVal_DoorPromptTone_IsChanged, &norla::KeyVal_DoorPromptTone_Report},
+    {&norla::KeyVal_DoorFaceUnlock_IsChanged, &norla::KeyVal_DoorFaceUnlock_Report},
+    {&norla::LockStatus_IsChanged, &norla::LockStatus_Report},
+    {&norla::PowerStatus_IsChanged, &norla::PowerStatus_Report},
+    {&norla::UnlockEvtRec_IsChanged, &norla::UnlockEvtRec_Report},
+    {&norla::UserInfo_IsChanged, &norla::UserInfo_Report},
+    {&norla::DoorAutoFaceUnlockPlan_IsChanged, &norla::DoorAutoFaceUnlockPlan_Report},
+};
+constexpr size_t kItemCount = sizeof kItems / sizeof kItems[0];
+
+// Requests whose answers are built from records the device hands back.
+struct Request {
+    int cmd;
+    const char *body;
+};
+constexpr Request kRequests[] = {
+    {20160, "<Request/>"},
+    {18861, "<Request/>"},
+    {18853, "<Request/>"},
+    {18857,
+     "<Request><OptType Type=\"1\" Index=\"1\"/><UserInfo><User Index=\"1\" Type=\"1\" "
+     "Name=\"alice\" RemarkName=\"owner\"/><Expire Enable=\"1\" Begin=\"2023-11-01 00:00:00\" "
+     "End=\"2024-11-01 00:00:00\"><DateList><Date Weekday=\"1,2\" Begin=\"07:00\" "
+     "End=\"22:00\" Num=\"-1\"/></DateList></Expire><Auth Pwd=\"1\" Card=\"0\" Finger=\"2\" "
+     "Face=\"1\"/></UserInfo></Request>"},
+    {18859,
+     "<Request><OptType Type=\"0\"/><Info><User Name=\"courier\"/><Expire Begin=\"2023-11-14 "
+     "00:00:00\" End=\"2023-11-16 00:00:00\"/><Limit Num=\"2\"/></Info></Request>"},
+    {18855,
+     "<Request><OptType Type=\"0\"/><Plan Enable=\"1\" Weekday=\"1,5\"><DateList><Date "
+     "Begin=\"17:00\" End=\"19:30\"/></DateList><UserList><User Index=\"1\" "
+     "Name=\"alice\"/></UserList></Plan></Request>"},
+    {18849, "<Request><UserID>alice</UserID><Timeout>30</Timeout></Request>"},
+    {18731,
+     "<Request><Enable>1</Enable><Actor Channel=\"1\" PlanType=\"19\"/><Date "
+     "Weekday=\"1\"><Plan B=\"07:30\" E=\"08:30\"/></Date></Request>"},
+};
+constexpr size_t kRequestCount = sizeof kRequests / sizeof kRequests[0];
+
+constexpr uint8_t kTileFlag = 0x01;       // repeat the bytes to fill whole records
+constexpr uint8_t kWriteBackFlag = 0x02;  // overwrite records handed to the device
+constexpr int kResultShift = 2;
+constexpr uint8_t kResultMask = 0x07;
+// Mostly success; the failures include one whose low 12 bits are 4.
+constexpr int kResults[] = {0, 0, 0, 0, -1, 4, 0x1004, 0x18001};
+
+struct Device {
+    const uint8_t *bytes = nullptr;
+    size_t size = 0;
+    size_t pos = 0;
+    bool tile = false;
+    bool writeBack = false;
+    int result = 0;
+};
+Device g_device;
+
+// Hands out the next bytes of the input; without tiling what is left of the
+// record keeps the content the module gave it.
+void Fill(void *buf, uint32_t len) {
+    auto *out = static_cast<uint8_t *>(buf);
+    size_t done = 0;
+    while (done < len && g_device.size != 0) {
+        if (g_device.pos == g_device.size) {
+            if (!g_device.tile) {
+                return;
+            }
+            g_device.pos = 0;
+        }
+        size_t n = std::min(static_cast<size_t>(len) - done, g_device.size - g_device.pos);
+        std::memcpy(out + done, g_device.bytes + g_device.pos, n);
+        done += n;
+        g_device.pos += n;
+    }
+}
+
+int RecvMsg(oqDevSDK_DoorLock_Msg_S *msg) {
+    if (g_device.writeBack) {
+        Fill(msg->pData, msg->uiLen);
+    }
+    return g_device.result;
+}
+
+int GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
+    Fill(msg->pData, msg->uiLen);
+    return g_device.result;
+}
+
+void RunItem(const Item &item) {
+    if (item.isChanged() == 1) {
+        (void)item.report(0);
+    }
+    fuzz::CheckSent(0, 0);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    fuzz::Input in(data, size);
+    const size_t op = in.Byte() % (kItemCount + kRequestCount);
+    const uint8_t behaviour = in.Byte();
+    g_device = Device{};
+    g_device.bytes = in.Rest();
+    g_device.size = in.RestSize();
+    g_device.tile = (behaviour & kTileFlag) != 0;
+    g_device.writeBack = (behaviour & kWriteBackFlag) != 0;
+    g_device.result = kResults[(behaviour >> kResultShift) & kResultMask];
+
+    fuzz::ResetWorld();
+    fuzz::StartModule({&RecvMsg, &GetRuntimeInfo});
+    if (op < kItemCount) {
+        RunItem(kItems[op]);
+    } else {
+        const Request &req = kRequests[op - kItemCount];
+        oqsim::deliver(req.cmd, kSeq, req.body);
+        fuzz::CheckSent(1, kSeq);
+    }
+    fuzz::StopModule();
+    return 0;
+}

@@ -1,0 +1,49 @@
+// Shared parts of the fuzz harnesses: a clean module and emulator per input,
+// a lean device application and the checks every message sent must pass.
+#ifndef FUZZ_HARNESS_H
+#define FUZZ_HARNESS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "oqDevSDK_door_lock.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+
+namespace fuzz {
+
+// Reads the input front to back; past the end every read gives zero.
+class Input {
+  public:
+    Input(const uint8_t *data, size_t size) : m_data(data), m_size(size) {}
+    uint8_t Byte() { return m_pos < m_size ? m_data[m_pos++] : 0; }
+    const uint8_t *Rest() const { return m_data + m_pos; }
+    size_t RestSize() const { return m_size - m_pos; }
+    std::string RestText() const;
+
+  private:
+    const uint8_t *m_data;
+    size_t m_size;
+    size_t m_pos = 0;
+};
+
+// Tears the module down, returns the emulator and every status cache to the
+// start state and starts counting the module's heap blocks.
+void ResetWorld();
+// Starts the module with these callbacks; aborts when Init fails.
+void StartModule(const oqDevSDK_DoorLock_Callback_S &callbacks);
+// Tears the module down and aborts when it still holds heap blocks.
+void StopModule();
+
+// Aborts unless every message sent since the last reset re-parses, each
+// response carries a result its command may answer, and no more than
+// `maxResponses` responses were sent (all under `seq`).
+void CheckSent(int maxResponses, uint32_t seq);
+
+// Reports the broken rule and aborts, so that the fuzzer keeps the input.
+[[noreturn]] void Fail(const char *what, const std::string &detail);
+
+}  // namespace fuzz
+
+#endif

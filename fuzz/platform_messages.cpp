@@ -1,0 +1,74 @@
+// Platform messages through the domain's data-route callback. The first byte
+// picks the command, the second how the device answers, the rest is the body.
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "harness.h"
+#include "oqdev_sim.h"
+
+namespace {
+
+constexpr uint32_t kSeq = 4242;
+constexpr int kUnknownCmd = 12345;
+
+// Every routed command plus one the module does not know.
+constexpr int kCommands[] = {18699, 18731, 18829, 18849, 18853, 18855,
+                             18857, 18859, 18861, 20160, 10376, kUnknownCmd};
+constexpr size_t kCommandCount = sizeof kCommands / sizeof kCommands[0];
+
+// Device refusals, including the ones some commands pass on with a code of
+// their own and one whose low 12 bits are 4.
+constexpr int kRecvResults[] = {0, -1, 4, 0x1004, 0x18001, 0x18003, 98308, 98309};
+constexpr int kGetResults[] = {0, 0, -1, 0x1004};
+constexpr uint8_t kRecvMask = 0x07;
+constexpr int kGetShift = 3;
+constexpr uint8_t kGetMask = 0x03;
+constexpr int kVerifyShift = 5;
+constexpr uint8_t kVerifyMask = 0x03;
+constexpr uint8_t kPollFlag = 0x80;
+
+struct Device {
+    int recvResult = 0;
+    int getResult = 0;
+    uint32_t verifyResult = 0;
+};
+Device g_device;
+
+int RecvMsg(oqDevSDK_DoorLock_Msg_S *msg) {
+    if (msg->iType == OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY &&
+        msg->uiLen >= sizeof(oqDevSDK_DoorLock_UserVerify_S)) {
+        auto *rec = static_cast<oqDevSDK_DoorLock_UserVerify_S *>(msg->pData);
+        rec->uiVerifyResult = g_device.verifyResult;
+    }
+    return g_device.recvResult;
+}
+
+int GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
+    if (g_device.getResult != 0) {
+        return g_device.getResult;
+    }
+    std::memset(msg->pData, 0, msg->uiLen);
+    return 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    fuzz::Input in(data, size);
+    const int cmd = kCommands[in.Byte() % kCommandCount];
+    const uint8_t behaviour = in.Byte();
+    g_device.recvResult = kRecvResults[behaviour & kRecvMask];
+    g_device.getResult = kGetResults[(behaviour >> kGetShift) & kGetMask];
+    g_device.verifyResult = (behaviour >> kVerifyShift) & kVerifyMask;
+
+    fuzz::ResetWorld();
+    fuzz::StartModule({&RecvMsg, &GetRuntimeInfo});
+    oqsim::deliver(cmd, kSeq, in.RestText());
+    if ((behaviour & kPollFlag) != 0) {
+        oqsim::poll();
+    }
+    fuzz::CheckSent(1, kSeq);
+    fuzz::StopModule();
+    return 0;
+}
