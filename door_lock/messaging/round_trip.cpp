@@ -22,6 +22,21 @@ int SendResponse(CMarkupSTL &response, int rspCmd, const char *version, unsigned
     return DoorLock_send_msg_to_platform(response, rspCmd, version, kIsResponse, seq);
 }
 
+// The skeleton is in place: root Response, position on its Result. Checked
+// before the request reaches its handler (and the device) and again before
+// sending, so that a document damaged by a failed allocation never goes out.
+bool ResponseReady(CMarkupSTL &response) noexcept {
+    response.ResetPos();
+    return response.FindElem("Response", true) && response.IntoElem() &&
+           response.FindElem("Result", true);
+}
+
+int FailBuild(int rspCmd) noexcept {
+    oqdev_debug(kLogError, "Failed to build rsp of DoorLock, while rsp cmd = %#x\n",
+                static_cast<unsigned int>(rspCmd));
+    return -1;
+}
+
 // A root named Response is served like a request on purpose.
 bool EnterRoot(CMarkupSTL &request) noexcept {
     if (!request.FindElem("Request", true) && !request.FindElem("Response", true)) {
@@ -46,6 +61,9 @@ int DoorLock_PltReq_DoRsp_Handle(const char *data, int /*len*/, int rspCmd, cons
     CMarkupSTL request;
     CMarkupSTL response;
     DoorLock_xml_init_rsp(response);
+    if (!ResponseReady(response)) {
+        return FailBuild(rspCmd);
+    }
 
     if (!request.SetDoc(data)) {
         oqdev_debug(kLogError, "Failed to parse XML of DoorLock, while rsp cmd = %#x\n",
@@ -63,6 +81,9 @@ int DoorLock_PltReq_DoRsp_Handle(const char *data, int /*len*/, int rspCmd, cons
     // What counts is what the handler wrote into the response.
     if (handler != nullptr) {
         (void)handler(request, response);
+    }
+    if (!ResponseReady(response)) {
+        return FailBuild(rspCmd);
     }
     return SendResponse(response, rspCmd, version, seq);
 }

@@ -50,39 +50,49 @@ bool AllSlotsEmpty(const Plan &plan) noexcept {
     return true;
 }
 
-void AddSlot(CMarkupSTL &xml, const Slot &slot) noexcept {
+// Each builder answers false when the document could not take an element or
+// attribute (its memory ran out), so that a report never goes out half built.
+bool AddSlot(CMarkupSTL &xml, const Slot &slot) noexcept {
     char begin[kTimeTextLen] = {};
     char end[kTimeTextLen] = {};
     oqdev_MakeTimeString(slot.uiBegin, begin, kTimeTextLen);
     oqdev_MakeTimeString(slot.uiEnd, end, kTimeTextLen);
-    xml.x_AddElem("Plan");
-    xml.x_SetAttrib("B", begin);
-    xml.x_SetAttrib("E", end);
+    return xml.x_AddElem("Plan") && xml.x_SetAttrib("B", begin) && xml.x_SetAttrib("E", end);
 }
 
-void AddParams(CMarkupSTL &xml, const Plan &plan) noexcept {
+bool AddDay(CMarkupSTL &xml, int day,
+            const Slot (&slots)[OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS]) noexcept {
+    if (!xml.x_AddElem("Date") || !xml.x_SetAttrib("Weekday", day) || !xml.IntoElem()) {
+        return false;
+    }
+    bool ok = true;
+    for (const Slot &slot : slots) {
+        ok = ok && (SlotEmpty(slot) || AddSlot(xml, slot));
+    }
+    return xml.OutOfElem() && ok;
+}
+
+bool AddParams(CMarkupSTL &xml, const Plan &plan) noexcept {
     char enable[kNumberTextLen] = {};
     std::snprintf(enable, sizeof enable, "%d", plan.iEnable);
-    xml.x_AddElem("Params");
-    xml.IntoElem();
-    xml.x_AddElem("Enable", enable);
-    xml.x_AddElem("Force", AllSlotsEmpty(plan) ? "1" : "0");
-    xml.x_AddElem("Actor", "D");
-    xml.x_SetAttrib("Channel", kReportChannel);
-    xml.x_SetAttrib("PlanType", kReportPlanType);
-    xml.x_SetAttrib("EventType", kReportEventType);
-    for (int day = 0; day < OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS; ++day) {
-        xml.x_AddElem("Date");
-        xml.x_SetAttrib("Weekday", day);
-        xml.IntoElem();
-        for (const Slot &slot : plan.astDay[day]) {
-            if (!SlotEmpty(slot)) {
-                AddSlot(xml, slot);
-            }
-        }
-        xml.OutOfElem();
+    if (!xml.x_AddElem("Params") || !xml.IntoElem()) {
+        return false;
     }
-    xml.OutOfElem();
+    bool ok = xml.x_AddElem("Enable", enable) &&
+              xml.x_AddElem("Force", AllSlotsEmpty(plan) ? "1" : "0") &&
+              xml.x_AddElem("Actor", "D") && xml.x_SetAttrib("Channel", kReportChannel) &&
+              xml.x_SetAttrib("PlanType", kReportPlanType) &&
+              xml.x_SetAttrib("EventType", kReportEventType);
+    for (int day = 0; ok && day < OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS; ++day) {
+        ok = AddDay(xml, day, plan.astDay[day]);
+    }
+    return xml.OutOfElem() && ok;
+}
+
+bool BuildReport(CMarkupSTL &xml, const Plan &plan) noexcept {
+    oqdev_xml_init_req(xml);
+    return xml.x_AddElem("Authorization") && xml.x_AddElem("Type", "DevicePlan") &&
+           AddParams(xml, plan);
 }
 
 }  // namespace
@@ -109,10 +119,10 @@ int DoorAutoFaceUnlockPlan_Report(int arg) noexcept {
     (void)arg;
     oqdev_debug(OQDEV_LOG_INFO, "start to report ayuo face unlock plan\n");
     CMarkupSTL xml;
-    oqdev_xml_init_req(xml);
-    xml.x_AddElem("Authorization");
-    xml.x_AddElem("Type", "DevicePlan");
-    AddParams(xml, g_auto_face_unlock_plan);
+    if (!BuildReport(xml, g_auto_face_unlock_plan)) {
+        oqdev_debug(OQDEV_LOG_ERROR, "Failed to build auto face unlock plan report.\n");
+        return -1;
+    }
     return DoorLock_send_report(xml, kCmdReportAutoFacePlan);
 }
 

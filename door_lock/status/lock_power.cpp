@@ -79,14 +79,19 @@ bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) noex
     char value[kPowerValueLen] = {};
     std::snprintf(value, sizeof value, "%d/%d", power.usValueFirst, power.usValueSecond);
 
-    cJSON_AddStringToObject(entry, "SubSerial", subSerial);
-    cJSON_AddNumberToObject(entry, "Type", power.ucPowerType);
-    cJSON_AddStringToObject(entry, "Des", des);
-    cJSON_AddNumberToObject(entry, "Remaining", power.ucRemaining);
-    cJSON_AddNumberToObject(entry, "Status", power.ucStatus);
-    cJSON_AddStringToObject(entry, "Name", name);
-    cJSON_AddStringToObject(entry, "Value", value);
-    return true;
+    // A member that could not be added fails the entry: no report with holes.
+    const bool complete =
+        cJSON_AddStringToObject(entry, "SubSerial", subSerial) != nullptr &&
+        cJSON_AddNumberToObject(entry, "Type", power.ucPowerType) != nullptr &&
+        cJSON_AddStringToObject(entry, "Des", des) != nullptr &&
+        cJSON_AddNumberToObject(entry, "Remaining", power.ucRemaining) != nullptr &&
+        cJSON_AddNumberToObject(entry, "Status", power.ucStatus) != nullptr &&
+        cJSON_AddStringToObject(entry, "Name", name) != nullptr &&
+        cJSON_AddStringToObject(entry, "Value", value) != nullptr;
+    if (!complete) {
+        oqdev_debug(kLogError, "Failed to create cjson object.\n");
+    }
+    return complete;
 }
 
 }  // namespace

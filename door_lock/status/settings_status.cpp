@@ -191,9 +191,14 @@ int KeyVal_DoorFaceUnlock_Report(int /*arg*/) noexcept {
         oqdev_debug(kLogError, "Failed to create json object.\n");
         return 0;
     }
-    cJSON_AddNumberToObject(object.get(), kJsonUnlockType, g_stFaceUnlock.iUnlockType);
-    cJSON_AddNumberToObject(object.get(), kJsonUnlockSensitivity,
-                            g_stFaceUnlock.iUnlockSensitivity);
+    // A member that could not be added would leave the platform half a value.
+    if (cJSON_AddNumberToObject(object.get(), kJsonUnlockType, g_stFaceUnlock.iUnlockType) ==
+            nullptr ||
+        cJSON_AddNumberToObject(object.get(), kJsonUnlockSensitivity,
+                                g_stFaceUnlock.iUnlockSensitivity) == nullptr) {
+        oqdev_debug(kLogError, "Failed to create json object.\n");
+        return 0;
+    }
     JsonTextPtr text(cJSON_Print(object.get()));
     if (!text) {
         oqdev_debug(kLogError, "Failed to gen string from cjson object.\n");

@@ -25,8 +25,27 @@ void ClearAllocationFaults();
 // Number of module allocations since the fixture started.
 long AllocationCount();
 
+// Every allocation made on the module's behalf is counted by where it comes
+// from: the module's own heap, cJSON and the XML class. The fixture checks
+// that none of them is left over at the end of a test.
+enum class AllocSource { kModule, kJson, kXml };
+long LiveAllocationsOf(AllocSource source);
+
+// Allocation fault of the out-of-memory loops, over all sources together:
+// counting starts when armed; the n-th (1-based) allocation fails, and with
+// `sticky` every later one too.
+void ArmAllocationFault(long n, bool sticky);
+void DisarmAllocationFault();
+// Allocations counted since arming, and how many of them were failed.
+long ArmedAllocations();
+long InjectedAllocationFailures();
+// Distinct call stacks that met an injected failure since the last clear
+// (0 where the platform cannot walk its stack).
+long DistinctFailureStacks();
+void ClearFailureStacks();
+
 class ModuleTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override;
     void TearDown() override;
 
