@@ -1,0 +1,185 @@
+// Four threads at once, as on a device: the kernel routing a stream of
+// platform requests, the status-report module polling, the timer ticking and
+// the device application calling in and changing the lock's state.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "oqDevSDK_door_lock.h"
+#include "oqdev_sim.h"
+#include "support/fixture.h"
+
+namespace {
+
+// Enough to interleave every pair of threads many times, and quick under
+// ThreadSanitizer and qemu.
+constexpr int kRequests = 600;
+constexpr int kRequestsPerPause = 4;
+constexpr auto kPlatformPause = std::chrono::microseconds(100);
+constexpr auto kDevicePause = std::chrono::microseconds(20);
+constexpr uint32_t kFirstSeq = 5000;
+constexpr int kPollIntervalUs = 150;
+constexpr int kTickIntervalUs = 250;
+constexpr int kSleepEvery = 40;  // device-application steps between sleep toggles
+constexpr auto kDeadlockLimit = std::chrono::seconds(120);
+constexpr int kEventRegistered = 0;
+
+struct StreamRequest {
+    int cmd;
+    const char *body;
+};
+const StreamRequest kStream[] = {
+    {18699, "<Request><Switch Type=\"452\" Enable=\"1\" Channel=\"1\"/></Request>"},
+    {18829, "<Request><Type>doorBellTone</Type><Value>3</Value></Request>"},
+    {18829,
+     "<Request><Type>doorFaceUnlock</Type><Value>{\"unlock_type\":1,\"unlock_sensitivity\":2}"
+     "</Value></Request>"},
+    {20160, "<Request/>"},
+    {18861, "<Request/>"},
+    {18853, "<Request/>"},
+    {18849, "<Request><UserID>alice</UserID><Timeout>5</Timeout></Request>"},
+    {18731,
+     "<Request><Enable>1</Enable><Actor Channel=\"1\" PlanType=\"19\"/><Date Weekday=\"2\">"
+     "<Plan B=\"07:30\" E=\"08:30\"/></Date></Request>"},
+    {18859,
+     "<Request><OptType Type=\"0\"/><Info><User Name=\"courier\"/><Expire Begin=\"2023-11-14 "
+     "00:00:00\" End=\"2023-11-16 00:00:00\"/><Limit Num=\"2\"/></Info></Request>"},
+    {18857, "not xml at all"},
+};
+constexpr size_t kStreamSize = sizeof kStream / sizeof kStream[0];
+
+// A device application that may be called from every thread at once.
+std::atomic<uint8_t> g_doorState{0};
+std::atomic<int> g_deviceCalls{0};
+
+int StressRecvMsg(oqDevSDK_DoorLock_Msg_S *msg) {
+    g_deviceCalls.fetch_add(1, std::memory_order_relaxed);
+    (void)msg;
+    return 0;
+}
+
+int StressGetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
+    g_deviceCalls.fetch_add(1, std::memory_order_relaxed);
+    std::memset(msg->pData, 0, msg->uiLen);
+    if (msg->iType == OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS &&
+        msg->uiLen >= sizeof(oqDevSDK_DoorLock_LockStatus_S)) {
+        static_cast<oqDevSDK_DoorLock_LockStatus_S *>(msg->pData)->ucDoorState =
+            g_doorState.load(std::memory_order_relaxed);
+    }
+    return 0;
+}
+
+// Aborts the whole program when the run does not finish in time: a deadlocked
+// thread cannot be recovered from inside the test.
+class Watchdog {
+  public:
+    Watchdog() : m_thread([this] { Watch(); }) {}
+    ~Watchdog() {
+        {
+            std::lock_guard<std::mutex> lock(m_lock);
+            m_done = true;
+        }
+        m_wake.notify_all();
+        m_thread.join();
+    }
+    Watchdog(const Watchdog &) = delete;
+    Watchdog &operator=(const Watchdog &) = delete;
+
+  private:
+    void Watch() {
+        std::unique_lock<std::mutex> lock(m_lock);
+        if (!m_wake.wait_for(lock, kDeadlockLimit, [this] { return m_done; })) {
+            std::fprintf(stderr, "thread stress: no progress, deadlock suspected\n");
+            std::abort();
+        }
+    }
+    std::mutex m_lock;
+    std::condition_variable m_wake;
+    bool m_done = false;
+    std::thread m_thread;
+};
+
+// The device application's own thread: pushes messages, calls Fini, changes
+// the door state and now and then puts the device to sleep or wakes it.
+void DeviceApplication(const std::atomic<bool> &stop) {
+    oqDevSDK_DoorLock_SrvMsg_S msg{};
+    bool asleep = false;
+    for (int step = 1; !stop.load(); ++step) {
+        g_doorState.store(static_cast<uint8_t>(step % 3), std::memory_order_relaxed);
+        msg.iType = step;
+        (void)oqDevSDK_DoorLock_Send2Srv_Msg(&msg);
+        oqDevSDK_DoorLock_Fini();
+        if (step % kSleepEvery == 0) {
+            asleep = !asleep;
+            oqsim::set_sleep(asleep);
+        }
+        std::this_thread::sleep_for(kDevicePause);
+    }
+    oqsim::set_sleep(false);
+}
+
+class ThreadStress : public dltest::ModuleTest {
+  protected:
+    void Run() {
+        oqDevSDK_DoorLock_InitInfo_S info{};
+        info.stCallback = {&StressRecvMsg, &StressGetRuntimeInfo};
+        ASSERT_EQ(oqDevSDK_DoorLock_Init(&info), 0);
+        // Registered and never answered: every tick asks for the configuration.
+        oqsim::event(kEventRegistered);
+
+        Watchdog watchdog;
+        std::atomic<bool> stop{false};
+        oqsim::live_start(kPollIntervalUs, kTickIntervalUs);
+        std::thread device(DeviceApplication, std::cref(stop));
+        for (int i = 0; i < kRequests; ++i) {
+            const StreamRequest &req = kStream[static_cast<size_t>(i) % kStreamSize];
+            oqsim::deliver_async(req.cmd, kFirstSeq + static_cast<uint32_t>(i), req.body);
+            if (i % kRequestsPerPause == 0) {
+                std::this_thread::sleep_for(kPlatformPause);
+            }
+        }
+        oqsim::live_drain();
+        stop = true;
+        device.join();
+        oqsim::live_stop();
+    }
+};
+
+TEST_F(ThreadStress, EveryRequestIsAnsweredOnceAndSequenceNumbersStayUnique) {
+    Run();
+    if (HasFatalFailure()) {
+        return;
+    }
+    std::set<uint32_t> answered;
+    std::set<uint32_t> started;
+    int lockReports = 0;
+    for (const oqsim::Sent &sent : oqsim::sent()) {
+        const uint32_t seq = sent.rec.uiMsgSeq;
+        if (sent.rec.ucIsResponse == 0) {
+            EXPECT_TRUE(started.insert(seq).second) << "sequence number " << seq << " reused";
+            lockReports += sent.rec.iCmdId == 14736 ? 1 : 0;
+            continue;
+        }
+        ASSERT_GE(seq, kFirstSeq);
+        ASSERT_LT(seq, kFirstSeq + kRequests);
+        EXPECT_EQ(sent.rec.iCmdId, kStream[(seq - kFirstSeq) % kStreamSize].cmd + 1);
+        EXPECT_TRUE(answered.insert(seq).second) << "request " << seq << " answered twice";
+    }
+    const int dropped = oqsim::count_log("alarm: device sleep!\n");
+    EXPECT_EQ(static_cast<int>(answered.size()) + dropped, kRequests)
+        << "a request awake went unanswered";
+    EXPECT_GT(lockReports, 0) << "the poll thread never saw the door change";
+    EXPECT_GT(g_deviceCalls.load(), kRequests / 2);
+}
+
+}  // namespace
