@@ -149,36 +149,49 @@ std::string ClockText(int32_t hour, int32_t minute) noexcept {
     return text;
 }
 
-void AddPlanEntry(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) noexcept {
-    char weekday[kWeekdayTextLen] = {};
-    WeekDay_Data2Str(plan.ucWeekday, weekday, kWeekdayTextLen);
-    rsp.x_AddElem("Plan");
-    rsp.x_SetAttrib("Index", plan.usIndex + 1);
-    rsp.x_SetAttrib("Enable", plan.ucEnable);
-    rsp.x_SetAttrib("Weekday", weekday);
-    rsp.IntoElem();
-    rsp.x_AddElem("DateList");
-    rsp.IntoElem();
-    for (unsigned int i = 0; i < plan.usDateNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES;
+// The builders answer false as soon as the document cannot take an element or
+// attribute (its memory ran out); every level entered is left again.
+bool AddDates(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) noexcept {
+    if (!rsp.x_AddElem("DateList") || !rsp.IntoElem()) {
+        return false;
+    }
+    bool ok = true;
+    for (unsigned int i = 0; ok && i < plan.usDateNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES;
          ++i) {
         const oqDevSDK_DoorLock_AlarmPeriod_S &period = plan.astDate[i];
-        rsp.x_AddElem("Date");
-        rsp.x_SetAttrib("Begin", ClockText(period.iBeginHour, period.iBeginMinute).c_str());
-        rsp.x_SetAttrib("End", ClockText(period.iEndHour, period.iEndMinute).c_str());
+        ok = rsp.x_AddElem("Date") &&
+             rsp.x_SetAttrib("Begin", ClockText(period.iBeginHour, period.iBeginMinute).c_str()) &&
+             rsp.x_SetAttrib("End", ClockText(period.iEndHour, period.iEndMinute).c_str());
     }
-    rsp.OutOfElem();
-    rsp.x_AddElem("UserList");
-    rsp.IntoElem();
-    for (unsigned int i = 0; i < plan.usUserNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS;
+    return rsp.OutOfElem() && ok;
+}
+
+bool AddUsers(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) noexcept {
+    if (!rsp.x_AddElem("UserList") || !rsp.IntoElem()) {
+        return false;
+    }
+    bool ok = true;
+    for (unsigned int i = 0; ok && i < plan.usUserNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS;
          ++i) {
         const oqDevSDK_DoorLock_AlarmUser_S &user = plan.astUser[i];
-        rsp.x_AddElem("User");
-        rsp.x_SetAttrib("Index", user.usIndex + 1);
-        rsp.x_SetAttrib("Name",
-                        std::string(user.szName, strnlen(user.szName, sizeof user.szName)).c_str());
+        ok =
+            rsp.x_AddElem("User") && rsp.x_SetAttrib("Index", user.usIndex + 1) &&
+            rsp.x_SetAttrib(
+                "Name", std::string(user.szName, strnlen(user.szName, sizeof user.szName)).c_str());
     }
-    rsp.OutOfElem();
-    rsp.OutOfElem();
+    return rsp.OutOfElem() && ok;
+}
+
+bool AddPlanEntry(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) noexcept {
+    char weekday[kWeekdayTextLen] = {};
+    WeekDay_Data2Str(plan.ucWeekday, weekday, kWeekdayTextLen);
+    if (!rsp.x_AddElem("Plan") || !rsp.x_SetAttrib("Index", plan.usIndex + 1) ||
+        !rsp.x_SetAttrib("Enable", plan.ucEnable) || !rsp.x_SetAttrib("Weekday", weekday) ||
+        !rsp.IntoElem()) {
+        return false;
+    }
+    const bool ok = AddDates(rsp, plan) && AddUsers(rsp, plan);
+    return rsp.OutOfElem() && ok;
 }
 
 }  // namespace
@@ -225,7 +238,12 @@ int ReqHnd_QueryNotBackAlarmPlans(CMarkupSTL &request, CMarkupSTL &response) noe
     }
     DoorLock_xml_set_result(response, kResultOk);
     for (unsigned int i = 0; i < list->usCount && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS; ++i) {
-        AddPlanEntry(response, list->astPlan[i]);
+        if (!AddPlanEntry(response, list->astPlan[i])) {
+            // Out of memory half way through: the list must not pass for complete.
+            oqdev_debug(OQDEV_LOG_ERROR, "Failed to fill NotBackAlarmPlans info.\n");
+            DoorLock_xml_set_result(response, kResultFailed);
+            return kResultFailed;
+        }
     }
     return kResultOk;
 }

@@ -13,8 +13,9 @@ namespace norla {
 int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept;
 
 // Appends one UserInfo element per valid user at the document's current
-// position. Counts beyond the record's arrays are clamped.
-void FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info) noexcept;
+// position. Counts beyond the record's arrays are clamped. False (logged)
+// when the document ran out of memory and the list is incomplete.
+bool FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info) noexcept;
 
 }  // namespace norla
 

@@ -324,72 +324,80 @@ HeapPtr<oqDevSDK_DoorLock_UserInfo_S> FetchUserTable() noexcept {
 }
 
 // A field the device may have filled to the brim without a terminator.
+// The builders below answer false as soon as the document cannot take an
+// element or attribute (its memory ran out): a list with holes is never
+// passed off as the lock's users.
 template <std::size_t N>
-void SetTextAttrib(CMarkupSTL &xml, const char *name, const char (&field)[N]) noexcept {
+bool SetTextAttrib(CMarkupSTL &xml, const char *name, const char (&field)[N]) noexcept {
     char text[N + 1];
     const std::size_t len = strnlen(field, N);
     std::memcpy(text, field, len);
     text[len] = '\0';
-    xml.x_SetAttrib(name, text);
+    return xml.x_SetAttrib(name, text);
 }
 
-void SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept {
+bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept {
     char text[kHourMinuteLen];
     std::snprintf(text, sizeof text, "%02d:%02d", hour, minute);
-    xml.x_SetAttrib(name, text);
+    return xml.x_SetAttrib(name, text);
 }
 
-void SetDateAttrib(CMarkupSTL &xml, const char *name, uint32_t seconds) noexcept {
+bool SetDateAttrib(CMarkupSTL &xml, const char *name, uint32_t seconds) noexcept {
     char text[kDateStrLen] = {};
     const auto value = static_cast<int32_t>(seconds);
     GetDateStrFromTime(&value, text, sizeof text);
-    xml.x_SetAttrib(name, text);
+    return xml.x_SetAttrib(name, text);
 }
 
-void FillDate(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserDate_S &date) noexcept {
-    xml.x_AddElem("Date");
-    SetHourMinuteAttrib(xml, "Begin", date.iBeginHour, date.iBeginMinute);
-    SetHourMinuteAttrib(xml, "End", date.iEndHour, date.iEndMinute);
+bool FillDate(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserDate_S &date) noexcept {
     char weekday[kDateStrLen] = {};
     WeekDay_Data2Str(date.ucWeekday, weekday, sizeof weekday);
-    xml.x_SetAttrib("Weekday", weekday);
-    xml.x_SetAttrib("Num", date.iNum);
-    xml.x_SetAttrib("Available", date.iNum == kUnlimited ? kUnlimited : date.iAvailable);
+    return xml.x_AddElem("Date") &&
+           SetHourMinuteAttrib(xml, "Begin", date.iBeginHour, date.iBeginMinute) &&
+           SetHourMinuteAttrib(xml, "End", date.iEndHour, date.iEndMinute) &&
+           xml.x_SetAttrib("Weekday", weekday) && xml.x_SetAttrib("Num", date.iNum) &&
+           xml.x_SetAttrib("Available", date.iNum == kUnlimited ? kUnlimited : date.iAvailable);
 }
 
-void FillUser(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
-    xml.x_AddElem("UserInfo");
-    xml.IntoElem();
-
-    xml.x_AddElem("User");
-    xml.x_SetAttrib("Index", user.usIndex + 1);
-    xml.x_SetAttrib("Type", user.ucType);
-    SetTextAttrib(xml, "Name", user.szName);
-    SetTextAttrib(xml, "RemarkName", user.szRemarkName);
-
-    xml.x_AddElem("Expire");
-    xml.x_SetAttrib("Enable", user.ucExpireEnable);
-    SetDateAttrib(xml, "Begin", user.uiBeginTime);
-    SetDateAttrib(xml, "End", user.uiEndTime);
-    xml.IntoElem();
-    xml.x_AddElem("DateList");
-    xml.IntoElem();
+// Inside Expire: the DateList, always present, with the slots in use.
+bool FillDateList(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
+    if (!xml.x_AddElem("DateList") || !xml.IntoElem()) {
+        return false;
+    }
     const unsigned int dates = user.usDateNum < OQDEVSDK_DOORLOCK_MAX_USER_DATES
                                    ? user.usDateNum
                                    : OQDEVSDK_DOORLOCK_MAX_USER_DATES;
-    for (unsigned int i = 0; i < dates; ++i) {
-        FillDate(xml, user.astDate[i]);
+    bool ok = true;
+    for (unsigned int i = 0; ok && i < dates; ++i) {
+        ok = FillDate(xml, user.astDate[i]);
     }
-    xml.OutOfElem();
-    xml.OutOfElem();
+    return xml.OutOfElem() && ok;
+}
 
-    xml.x_AddElem("Auth");
-    xml.x_SetAttrib("Pwd", user.usPwdNum);
-    xml.x_SetAttrib("Card", user.usCardNum);
-    xml.x_SetAttrib("Finger", user.usFingerNum);
-    xml.x_SetAttrib("Face", user.usFaceNum);
+bool FillExpire(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
+    if (!xml.x_AddElem("Expire") || !xml.x_SetAttrib("Enable", user.ucExpireEnable) ||
+        !SetDateAttrib(xml, "Begin", user.uiBeginTime) ||
+        !SetDateAttrib(xml, "End", user.uiEndTime) || !xml.IntoElem()) {
+        return false;
+    }
+    const bool ok = FillDateList(xml, user);
+    return xml.OutOfElem() && ok;
+}
 
-    xml.OutOfElem();
+// Every level entered is left again, also on failure, so that the caller can
+// still write its result next to the list.
+bool FillUser(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
+    if (!xml.x_AddElem("UserInfo") || !xml.IntoElem()) {
+        return false;
+    }
+    const bool ok =
+        xml.x_AddElem("User") && xml.x_SetAttrib("Index", user.usIndex + 1) &&
+        xml.x_SetAttrib("Type", user.ucType) && SetTextAttrib(xml, "Name", user.szName) &&
+        SetTextAttrib(xml, "RemarkName", user.szRemarkName) && FillExpire(xml, user) &&
+        xml.x_AddElem("Auth") && xml.x_SetAttrib("Pwd", user.usPwdNum) &&
+        xml.x_SetAttrib("Card", user.usCardNum) && xml.x_SetAttrib("Finger", user.usFingerNum) &&
+        xml.x_SetAttrib("Face", user.usFaceNum);
+    return xml.OutOfElem() && ok;
 }
 
 }  // namespace
@@ -408,16 +416,20 @@ int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) n
     return ret;
 }
 
-void FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info) noexcept {
+bool FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info) noexcept {
     if (info == nullptr) {
-        return;
+        return true;
     }
     const unsigned int users = info->usUserNum < OQDEVSDK_DOORLOCK_MAX_USERS
                                    ? info->usUserNum
                                    : OQDEVSDK_DOORLOCK_MAX_USERS;
     for (unsigned int i = 0; i < users; ++i) {
-        FillUser(xml, info->astUser[i]);
+        if (!FillUser(xml, info->astUser[i])) {
+            oqdev_debug(kLogError, "Failed to fill user info, index=%u.\n", i);
+            return false;
+        }
     }
+    return true;
 }
 
 int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
@@ -443,8 +455,10 @@ int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     // not; failing to get it does not change the set's result.
     AddDevSerial(response);
     auto table = FetchUserTable();
-    if (table) {
-        FillUserInfo(response, table.get());
+    if (table && !FillUserInfo(response, table.get())) {
+        // Out of memory half way through the list: the platform must not take
+        // what got written for the lock's users.
+        return Finish(response, kResultRefused);
     }
     return result;
 }
@@ -456,8 +470,8 @@ int ReqHnd_QueryUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     // after DevSerial.
     const int result = Finish(response, table ? kResultOk : kResultRefused);
     AddDevSerial(response);
-    if (table) {
-        FillUserInfo(response, table.get());
+    if (table && !FillUserInfo(response, table.get())) {
+        return Finish(response, kResultRefused);
     }
     return result;
 }

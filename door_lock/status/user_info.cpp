@@ -46,7 +46,10 @@ int UserInfo_Report(int arg) noexcept {
     if (DoorLock_xml_init_report(xml) != 0) {
         return -1;
     }
-    FillUserInfo(xml, &g_stUserInfo);
+    // A list cut short by a failed allocation is not sent at all.
+    if (!FillUserInfo(xml, &g_stUserInfo)) {
+        return -1;
+    }
     return DoorLock_send_report(xml, kCmdReportUserInfo);
 }
 

@@ -13,6 +13,7 @@ namespace {
 // No operation comes near this; reaching it means the loop cannot end.
 constexpr long kMaxAllocations = 400;
 constexpr int kResultUnparsable = 3;
+constexpr size_t kLogShown = 2000;
 
 struct Totals {
     long lSites = 0;   // (operation, N) pairs that met a failure
@@ -29,6 +30,17 @@ class TotalsReport : public ::testing::Environment {
 };
 const auto *const g_report = ::testing::AddGlobalTestEnvironment(new TotalsReport);
 
+// Where two message texts part, with a little context of each.
+std::string FirstDifference(const std::string &got, const std::string &want) {
+    size_t at = 0;
+    while (at < got.size() && at < want.size() && got[at] == want[at]) {
+        ++at;
+    }
+    const size_t from = at < 40 ? 0 : at - 40;
+    return "at byte " + std::to_string(at) + ": got ..." + got.substr(from, 120) +
+           "\n  expected ..." + want.substr(from, 120);
+}
+
 bool Listed(const std::vector<int> &results, int result) {
     for (int listed : results) {
         if (listed == result) {
@@ -42,7 +54,7 @@ class AllocFaultLoop : public dltest::ModuleTest, public ::testing::WithParamInt
   protected:
     // What a run that met an allocation failure may answer.
     void CheckAnswer(const Operation &op, const Outcome &clean, const Outcome &out) {
-        SCOPED_TRACE("log:\n" + LogText());
+        SCOPED_TRACE("log:\n" + LogText().substr(0, kLogShown));
         for (const OomRule &rule : op.oomRules) {
             if (Logged(rule.pszLog) && out.iResult != kNothingSent) {
                 EXPECT_EQ(op.eKind == Kind::kStatus ? out.iChanged : out.iResult, rule.iResult)
@@ -80,7 +92,9 @@ class AllocFaultLoop : public dltest::ModuleTest, public ::testing::WithParamInt
         // Success claimed with a body that lost parts on the way is a lie,
         // unless the contract itself keeps the result (a logged allocation).
         if (out.iResult == 0 && !ExplainedByRule(op)) {
-            EXPECT_TRUE(out.sent.back() == clean.sent.back()) << "success claimed, parts missing";
+            EXPECT_TRUE(out.sent.back() == clean.sent.back())
+                << "success claimed, parts missing "
+                << FirstDifference(out.sent.back(), clean.sent.back());
         }
     }
 
@@ -100,7 +114,9 @@ class AllocFaultLoop : public dltest::ModuleTest, public ::testing::WithParamInt
                 << "report answered 0 and sent nothing";
             return;
         }
-        EXPECT_TRUE(out.sent.back() == clean.sent.back()) << "report sent with parts missing";
+        EXPECT_TRUE(out.sent.back() == clean.sent.back())
+            << "report sent with parts missing "
+            << FirstDifference(out.sent.back(), clean.sent.back());
     }
 
     static bool ExplainedByRule(const Operation &op) {

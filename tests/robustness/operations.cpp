@@ -22,6 +22,11 @@ constexpr int64_t kClock = 1700000000;
 constexpr int kEventRegistered = 0;
 constexpr int kCmdSysCfgAnswer = 10376;
 constexpr char kSnapPassword[] = "246810";
+// Enough users and events that their XML needs several of the XML class's
+// memory pages, so that memory can run out half way through a document.
+constexpr uint16_t kUsers = 120;
+constexpr uint16_t kEvents = 100;
+constexpr uint16_t kPlanUsers = 300;
 
 // ----- device records -----
 
@@ -44,8 +49,8 @@ void Text(char (&field)[N], const char *text) {
 
 std::vector<uint8_t> UserTable() {
     auto table = Zeroed<oqDevSDK_DoorLock_UserInfo_S>();
-    table->usUserNum = 2;
-    for (uint16_t i = 0; i < 2; ++i) {
+    table->usUserNum = kUsers;
+    for (uint16_t i = 0; i < kUsers; ++i) {
         oqDevSDK_DoorLock_User_S &user = table->astUser[i];
         user.usIndex = i;
         user.ucType = 1;
@@ -78,11 +83,11 @@ std::vector<uint8_t> AlarmPlans() {
     plan.ucWeekday = 0x41;
     plan.usDateNum = 1;
     plan.astDate[0] = {7, 0, 9, 30};
-    plan.usUserNum = 2;
-    plan.astUser[0].usIndex = 0;
-    Text(plan.astUser[0].szName, "alice");
-    plan.astUser[1].usIndex = 4;
-    Text(plan.astUser[1].szName, "frank");
+    plan.usUserNum = kPlanUsers;
+    for (uint16_t i = 0; i < kPlanUsers; ++i) {
+        plan.astUser[i].usIndex = i;
+        Text(plan.astUser[i].szName, i % 2 == 0 ? "alice" : "frank");
+    }
     return Bytes(list.get(), sizeof *list);
 }
 
@@ -106,9 +111,10 @@ std::vector<uint8_t> PowerStatus() {
 
 std::vector<uint8_t> UnlockEvents() {
     auto batch = Zeroed<oqDevSDK_DoorLock_UnlockEvtRecList_S>();
-    batch->usRecNum = 2;
-    batch->stRecord[0] = {"alice", 2, {}, 1615104300};
-    batch->stRecord[1] = {"bob", 1, {}, 1615104400};
+    batch->usRecNum = kEvents;
+    for (uint16_t i = 0; i < kEvents; ++i) {
+        batch->stRecord[i] = {"alice", static_cast<uint8_t>(i % 5), {}, 1615104300 + i * 60};
+    }
     return Bytes(batch.get(), sizeof *batch);
 }
 
