@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <charconv>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +19,12 @@ const char kDeclarationEnd[] = "?>";
 constexpr size_t kIntTextSize = 16;
 // "&#13;" and its terminator.
 constexpr size_t kCharRefSize = 8;
+
+// Decimal text of an int, without the cost of a printf.
+struct IntText {
+    explicit IntText(int value) { *std::to_chars(text, text + sizeof text - 1, value).ptr = '\0'; }
+    char text[kIntTextSize];
+};
 
 void *DefaultAlloc(size_t size) {
     return std::malloc(size);
@@ -54,33 +62,97 @@ size_t DeclarationLength(const char *text) {
     return static_cast<size_t>(end - text);
 }
 
-void AppendEscaped(std::string &out, const char *text, bool inAttribute) {
-    for (const char *p = text; *p != '\0'; ++p) {
-        switch (*p) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += inAttribute ? "&quot;" : "\"";
-                break;
-            case '\r':
-                out += "&#13;";
-                break;
-            case '\n':
-                out += inAttribute ? "&#10;" : "\n";
-                break;
-            case '\t':
-                out += inAttribute ? "&#9;" : "\t";
-                break;
-            default:
-                out += *p;
+// Appends the document text to a string. Plain runs go in whole: printing
+// is the hot path of the host's largest texts.
+class TextOut {
+  public:
+    explicit TextOut(std::string &out) : m_out(out), m_len(out.size()) {
+        m_out.resize(m_out.capacity());
+    }
+    // The string holds exactly the text written.
+    ~TextOut() { m_out.resize(m_len); }
+    TextOut(const TextOut &) = delete;
+    TextOut &operator=(const TextOut &) = delete;
+
+    void Put(const char *text, size_t len) {
+        if (len > m_out.size() - m_len) {
+            Grow(len);
         }
+        std::memcpy(&m_out[m_len], text, len);
+        m_len += len;
+    }
+    void Put(const char *text) { Put(text, std::strlen(text)); }
+    void Put(char c) {
+        if (m_len == m_out.size()) {
+            Grow(1);
+        }
+        m_out[m_len++] = c;
+    }
+
+  private:
+    void Grow(size_t len) {
+        const size_t need = m_len + len;
+        m_out.resize(need > 2 * m_out.size() ? need : 2 * m_out.size());
+    }
+
+    std::string &m_out;
+    size_t m_len;
+};
+
+// Characters written as an entity: & < > everywhere, " and the line and
+// tab characters in attributes, the carriage return everywhere. The
+// terminator is flagged too, so that a scan stops at it.
+struct EscapeTable {
+    EscapeTable() {
+        for (unsigned char c : {'\0', '&', '<', '>', '\r'}) {
+            text[c] = attribute[c] = true;
+        }
+        for (unsigned char c : {'"', '\n', '\t'}) {
+            attribute[c] = true;
+        }
+    }
+    bool text[UCHAR_MAX + 1] = {};
+    bool attribute[UCHAR_MAX + 1] = {};
+};
+const EscapeTable kEscapes;
+
+// The entity of a character the escape table flags.
+const char *Entity(char c, bool inAttribute) {
+    switch (c) {
+        case '&':
+            return "&amp;";
+        case '<':
+            return "&lt;";
+        case '>':
+            return "&gt;";
+        case '"':
+            return inAttribute ? "&quot;" : "\"";
+        case '\r':
+            return "&#13;";
+        case '\n':
+            return inAttribute ? "&#10;" : "\n";
+        case '\t':
+            return inAttribute ? "&#9;" : "\t";
+        default:
+            return "";
+    }
+}
+
+// Plain runs are written whole: printing is the hot path of the host's
+// largest texts.
+void AppendEscaped(TextOut &out, const char *text, bool inAttribute) {
+    const bool *special = inAttribute ? kEscapes.attribute : kEscapes.text;
+    for (;;) {
+        const char *run = text;
+        while (!special[static_cast<unsigned char>(*text)]) {
+            ++text;
+        }
+        out.Put(run, static_cast<size_t>(text - run));
+        if (*text == '\0') {
+            return;
+        }
+        out.Put(Entity(*text, inAttribute));
+        ++text;
     }
 }
 
@@ -103,41 +175,41 @@ bool RunIsBlank(pugi::xml_node node) {
 
 // A text of blanks only is dropped by the reader as layout; written as
 // character references it reads back as the same text.
-void AppendBlankText(std::string &out, const char *text) {
+void AppendBlankText(TextOut &out, const char *text) {
     char ref[kCharRefSize];
     for (const char *p = text; *p != '\0'; ++p) {
         std::snprintf(ref, sizeof ref, "&#%d;", *p);
-        out += ref;
+        out.Put(ref);
     }
 }
 
-void OpenTag(std::string &out, const pugi::xml_node &node) {
-    out += '<';
-    out += node.name();
+void OpenTag(TextOut &out, const pugi::xml_node &node) {
+    out.Put('<');
+    out.Put(node.name());
     for (const pugi::xml_attribute &attr : node.attributes()) {
-        out += ' ';
-        out += attr.name();
-        out += "=\"";
+        out.Put(' ');
+        out.Put(attr.name());
+        out.Put("=\"", 2);
         AppendEscaped(out, attr.value(), true);
-        out += '"';
+        out.Put('"');
     }
     if (node.first_child()) {
-        out += '>';
+        out.Put('>');
     } else {
-        out += "/>";
+        out.Put("/>", 2);
     }
 }
 
-void CloseTag(std::string &out, const pugi::xml_node &node) {
+void CloseTag(TextOut &out, const pugi::xml_node &node) {
     if (node.first_child()) {
-        out += "</";
-        out += node.name();
-        out += '>';
+        out.Put("</", 2);
+        out.Put(node.name());
+        out.Put('>');
     }
 }
 
 // Writes the node itself; the caller walks into an element's children.
-void WriteNode(std::string &out, const pugi::xml_node &node) {
+void WriteNode(TextOut &out, const pugi::xml_node &node) {
     switch (node.type()) {
         case pugi::node_element:
             OpenTag(out, node);
@@ -157,7 +229,7 @@ void WriteNode(std::string &out, const pugi::xml_node &node) {
 
 // Compact text of every node under `top`, without recursion so that deep
 // documents cannot exhaust the stack.
-void Serialize(std::string &out, const pugi::xml_node &top) {
+void Serialize(TextOut &out, const pugi::xml_node &top) {
     pugi::xml_node node = top.first_child();
     while (node) {
         WriteNode(out, node);
@@ -301,7 +373,10 @@ std::string CMarkupSTL::GetDoc() const noexcept {
     }
     try {
         std::string out = m_pImpl->declaration;
-        Serialize(out, m_pImpl->doc);
+        {
+            TextOut text(out);
+            Serialize(text, m_pImpl->doc);
+        }
         return out;
     } catch (...) {
         return std::string();
@@ -375,9 +450,7 @@ bool CMarkupSTL::x_AddElem(const char *pszName, const char *pszData) noexcept {
 }
 
 bool CMarkupSTL::x_AddElem(const char *pszName, int iData) noexcept {
-    char text[kIntTextSize];
-    std::snprintf(text, sizeof text, "%d", iData);
-    return x_AddElem(pszName, text);
+    return x_AddElem(pszName, IntText(iData).text);
 }
 
 std::string CMarkupSTL::x_GetData() const noexcept {
@@ -421,9 +494,7 @@ bool CMarkupSTL::x_SetData(const char *pszData) noexcept {
 }
 
 bool CMarkupSTL::x_SetData(int iData) noexcept {
-    char text[kIntTextSize];
-    std::snprintf(text, sizeof text, "%d", iData);
-    return x_SetData(text);
+    return x_SetData(IntText(iData).text);
 }
 
 std::string CMarkupSTL::x_GetAttrib(const char *pszName) const noexcept {
@@ -450,9 +521,7 @@ bool CMarkupSTL::x_SetAttrib(const char *pszName, const char *pszValue) noexcept
 }
 
 bool CMarkupSTL::x_SetAttrib(const char *pszName, int iValue) noexcept {
-    char text[kIntTextSize];
-    std::snprintf(text, sizeof text, "%d", iValue);
-    return x_SetAttrib(pszName, text);
+    return x_SetAttrib(pszName, IntText(iValue).text);
 }
 
 std::string CMarkupSTL::GetTagName() const noexcept {
