@@ -10,6 +10,8 @@
 #include <iostream>
 #include <string>
 
+#include "conformance.h"
+#include "device_lib.h"
 #include "lock.h"
 #include "player.h"
 #include "transcript.h"
@@ -19,16 +21,21 @@ namespace {
 constexpr int kExitUsage = 1;
 
 const char kUsage[] =
-    "usage: doorlock-sim [--json] [--module PATH] [SCENARIO | -]\n"
+    "usage: doorlock-sim [--json] [--module PATH] [--device LIB] [SCENARIO | -]\n"
+    "       doorlock-sim --conformance [--device LIB]\n"
     "  Plays SCENARIO (standard input for '-', the tour when none is given)\n"
     "  against the door-lock module with a simulated lock.\n"
     "  --json         one JSON object a line instead of the transcript\n"
-    "  --module PATH  the module to load (also $DOORLOCK_MODULE)\n";
+    "  --module PATH  the module to load (also $DOORLOCK_MODULE)\n"
+    "  --device LIB   a device application library in place of the simulated lock\n"
+    "  --conformance  check the device application (or the simulated lock) instead\n";
 
 struct Options {
     bool json = false;
     std::string module;
     std::string scenario;
+    std::string device;
+    bool conformance = false;
 };
 
 bool ParseOptions(int argc, char **argv, Options *opt) {
@@ -38,6 +45,10 @@ bool ParseOptions(int argc, char **argv, Options *opt) {
             opt->json = true;
         } else if (arg == "--module" && i + 1 < argc) {
             opt->module = argv[++i];
+        } else if (arg == "--device" && i + 1 < argc) {
+            opt->device = argv[++i];
+        } else if (arg == "--conformance") {
+            opt->conformance = true;
         } else if (arg == "-h" || arg == "--help") {
             return false;
         } else if (opt->scenario.empty() && (arg == "-" || arg[0] != '-')) {
@@ -89,6 +100,9 @@ int main(int argc, char **argv) {
         std::fputs(kUsage, stderr);
         return kExitUsage;
     }
+    if (opt.conformance) {
+        return dlsim::ConformanceMain(opt.device, stdout, stderr);
+    }
     std::ifstream file;
     std::istream *in = &std::cin;
     std::string dir = ".";
@@ -110,6 +124,16 @@ int main(int argc, char **argv) {
     auto transcript =
         opt.json ? dlsim::MakeJsonTranscript(stdout) : dlsim::MakeHumanTranscript(stdout, colour);
     dlsim::Lock lock;
+    if (!opt.device.empty()) {
+        oqDevSDK_DoorLock_Callback_S device{};
+        std::string why;
+        if (!dlsim::LoadDeviceLibrary(opt.device, &device, &why)) {
+            std::fprintf(stderr, "doorlock-sim: cannot use %s: %s\n", opt.device.c_str(),
+                         why.c_str());
+            return kExitUsage;
+        }
+        api = dlsim::WithDevice(api, device, transcript.get());
+    }
     dlsim::Player player(api, lock, *transcript);
     const std::string name = opt.scenario == "-" ? "<stdin>" : opt.scenario;
     return player.Play(*in, name, dir, stderr);

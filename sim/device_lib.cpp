@@ -1,0 +1,84 @@
+#include "device_lib.h"
+
+#include <dlfcn.h>
+
+#include <atomic>
+#include <vector>
+
+#include "transcript.h"
+
+namespace dlsim {
+namespace {
+
+using DeviceEntry = oqDevSDK_DoorLock_Callback_S (*)();
+
+// Init is a plain function pointer in ModuleApi, so what it needs lives here.
+struct Installed {
+    int (*init)(oqDevSDK_DoorLock_InitInfo_S *);
+    oqDevSDK_DoorLock_Callback_S device;
+    std::atomic<Transcript *> transcript;
+};
+Installed g_installed{nullptr, {nullptr, nullptr}, {nullptr}};
+
+int RecvMsgShown(oqDevSDK_DoorLock_Msg_S *msg) {
+    Transcript *out = g_installed.transcript.load();
+    if (out == nullptr || msg == nullptr || msg->pData == nullptr) {
+        return g_installed.device.Recv_Msg(msg);
+    }
+    const auto *bytes = static_cast<const uint8_t *>(msg->pData);
+    const std::vector<uint8_t> handed(bytes, bytes + msg->uiLen);
+    const int ret = g_installed.device.Recv_Msg(msg);
+    out->RecvMsg(msg->iType, handed.data(), bytes, msg->uiLen, ret);
+    return ret;
+}
+
+int GetRuntimeInfoShown(oqDevSDK_DoorLock_Msg_S *msg) {
+    const int ret = g_installed.device.Get_Runtime_Info(msg);
+    Transcript *out = g_installed.transcript.load();
+    if (out != nullptr && msg != nullptr && msg->pData != nullptr) {
+        out->GetInfo(msg->iType, static_cast<const uint8_t *>(msg->pData), msg->uiLen, ret);
+    }
+    return ret;
+}
+
+int InitWithDevice(oqDevSDK_DoorLock_InitInfo_S *info) {
+    if (info != nullptr) {
+        info->stCallback.Recv_Msg = &RecvMsgShown;
+        info->stCallback.Get_Runtime_Info = &GetRuntimeInfoShown;
+    }
+    return g_installed.init(info);
+}
+
+}  // namespace
+
+bool LoadDeviceLibrary(const std::string &path, oqDevSDK_DoorLock_Callback_S *callbacks,
+                       std::string *why) {
+    void *handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+        *why = dlerror();
+        return false;
+    }
+    auto entry = reinterpret_cast<DeviceEntry>(dlsym(handle, kDeviceEntryPoint));
+    if (entry == nullptr) {
+        *why = path + " does not export " + kDeviceEntryPoint;
+        return false;
+    }
+    *callbacks = entry();
+    if (callbacks->Recv_Msg == nullptr || callbacks->Get_Runtime_Info == nullptr) {
+        *why = std::string(kDeviceEntryPoint) + " of " + path + " handed back a null callback";
+        return false;
+    }
+    return true;
+}
+
+ModuleApi WithDevice(const ModuleApi &api, const oqDevSDK_DoorLock_Callback_S &device,
+                     Transcript *transcript) {
+    g_installed.init = api.init;
+    g_installed.device = device;
+    g_installed.transcript.store(transcript);
+    ModuleApi wrapped = api;
+    wrapped.init = &InitWithDevice;
+    return wrapped;
+}
+
+}  // namespace dlsim
