@@ -1,0 +1,195 @@
+// doorlock_bench: Google Benchmark cases of the module and its floor, plus
+// the modes the scripts use:
+//   --list                     case names
+//   --verify                   module and floor send the same text
+//   --heap                     peak heap of each command against its budget (CSV)
+//   --growth N                 N mixed requests; fails when the heap grew
+//   --instr CASE module|floor N  N runs inside bench_measured_runs (callgrind)
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include "alloc_count.h"
+#include "cases.h"
+#include "oqdev_sim.h"
+
+namespace {
+
+constexpr int kWarmUpRuns = 2;
+constexpr std::size_t kDiffContext = 60;
+constexpr int kRepetitions = 5;
+
+uint32_t g_seq = 1;
+
+// Empty elements print as "<A />" from the XML library's own printer and as
+// "<A/>" from the host's class; the documents are otherwise byte for byte the
+// same.
+std::string Normalised(std::string text) {
+    for (std::size_t at = text.find(" />"); at != std::string::npos; at = text.find(" />", at)) {
+        text.erase(at, 1);
+    }
+    return text;
+}
+
+bool VerifyCase(const bench::Case &c) {
+    c.setup();
+    c.module(g_seq);
+    const std::string module = Normalised(bench::TakeSent());
+    c.setup();
+    c.floor(g_seq);
+    const std::string floor = Normalised(bench::TakeSent());
+    ++g_seq;
+    if (module == floor) {
+        return true;
+    }
+    std::size_t at = 0;
+    while (at < module.size() && at < floor.size() && module[at] == floor[at]) {
+        ++at;
+    }
+    const std::size_t from = at > kDiffContext ? at - kDiffContext : 0;
+    std::fprintf(stderr, "%s: module and floor differ at %zu\n  module: %s\n  floor:  %s\n",
+                 c.name.c_str(), at, module.substr(from, 2 * kDiffContext).c_str(),
+                 floor.substr(from, 2 * kDiffContext).c_str());
+    return false;
+}
+
+bool Verify() {
+    bool ok = true;
+    for (const bench::Case &c : bench::Cases()) {
+        ok = VerifyCase(c) && ok;
+    }
+    return ok;
+}
+
+// Peak heap of one run, against the largest records the command holds, twice
+// its text and the XML library's pages.
+int Heap() {
+    std::printf("case,peak,records,text,xml,budget,within\n");
+    for (const bench::Case &c : bench::Cases()) {
+        c.setup();
+        c.module(g_seq++);
+        bench::TakeSent();
+        bench::ResetPeak();
+        const int64_t base = bench::LiveBytes();
+        const int64_t xmlBase = bench::XmlLiveBytes();
+        c.module(g_seq++);
+        const int64_t peak = bench::PeakBytes() - base;
+        const int64_t xml = bench::XmlPeakBytes() - xmlBase;
+        const auto text = static_cast<int64_t>(bench::TakeSent().size());
+        const int64_t budget = c.records + 2 * text + xml;
+        std::printf("%s,%lld,%u,%lld,%lld,%lld,%s\n", c.name.c_str(), static_cast<long long>(peak),
+                    c.records, static_cast<long long>(text), static_cast<long long>(xml),
+                    static_cast<long long>(budget), peak <= budget ? "yes" : "no");
+    }
+    return 0;
+}
+
+int Growth(long requests) {
+    std::vector<const bench::Case *> mixed;
+    for (const bench::Case &c : bench::Cases()) {
+        if (c.mixed) {
+            mixed.push_back(&c);
+            c.setup();
+            c.module(g_seq++);
+            oqsim::clear_sent();
+        }
+    }
+    const int64_t before = bench::LiveBytes();
+    for (long i = 0; i < requests; ++i) {
+        const bench::Case &c = *mixed[static_cast<std::size_t>(i) % mixed.size()];
+        c.setup();
+        c.module(g_seq++);
+        oqsim::clear_sent();
+    }
+    const int64_t growth = bench::LiveBytes() - before;
+    std::printf("growth,%ld,%lld\n", requests, static_cast<long long>(growth));
+    return growth == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+// Callgrind collects inside this function only (--toggle-collect).
+extern "C" void bench_measured_runs(const std::function<void(uint32_t)> &run, int reps);
+extern "C" __attribute__((noinline)) void bench_measured_runs(
+    const std::function<void(uint32_t)> &run, int reps) {
+    for (int i = 0; i < reps; ++i) {
+        run(g_seq++);
+        oqsim::clear_sent();
+    }
+}
+
+namespace {
+
+int Instr(const char *name, const char *side, int reps) {
+    const bench::Case *c = bench::FindCase(name);
+    if (c == nullptr || reps <= 0) {
+        std::fprintf(stderr, "unknown case %s\n", name);
+        return 2;
+    }
+    const bool module = std::strcmp(side, "module") == 0;
+    c->setup();
+    const auto &run = module ? c->module : c->floor;
+    for (int i = 0; i < kWarmUpRuns; ++i) {
+        run(g_seq++);
+        oqsim::clear_sent();
+    }
+    bench_measured_runs(run, reps);
+    return 0;
+}
+
+void Register() {
+    for (const bench::Case &c : bench::Cases()) {
+        for (const char *side : {"module", "floor"}) {
+            const bool module = std::strcmp(side, "module") == 0;
+            benchmark::RegisterBenchmark((c.name + "/" + side).c_str(),
+                                         [&c, module](benchmark::State &state) {
+                                             c.setup();
+                                             const auto &run = module ? c.module : c.floor;
+                                             for (auto _ : state) {
+                                                 run(g_seq++);
+                                                 oqsim::clear_sent();
+                                             }
+                                         })
+                ->Unit(benchmark::kMicrosecond)
+                ->Repetitions(kRepetitions)
+                ->ReportAggregatesOnly(true);
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    bench::StartModule();
+    const std::string mode = argc > 1 ? argv[1] : "";
+    if (mode == "--list") {
+        for (const bench::Case &c : bench::Cases()) {
+            std::printf("%s\n", c.name.c_str());
+        }
+        return 0;
+    }
+    if (mode == "--verify") {
+        return Verify() ? 0 : 1;
+    }
+    if (mode == "--heap") {
+        return Heap();
+    }
+    if (mode == "--growth" && argc > 2) {
+        return Growth(std::atol(argv[2]));
+    }
+    if (mode == "--instr" && argc > 4) {
+        return Instr(argv[2], argv[3], std::atoi(argv[4]));
+    }
+    if (!Verify()) {
+        return 1;
+    }
+    Register();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
