@@ -7,8 +7,7 @@
 
 int header_c_send_null(void);
 
-static int Expect(const char *what, int got, int want)
-{
+static int Expect(const char *what, int got, int want) {
     if (got == want) {
         return 0;
     }
@@ -16,8 +15,7 @@ static int Expect(const char *what, int got, int want)
     return 1;
 }
 
-int main(void)
-{
+int main(void) {
     oqDevSDK_DoorLock_SrvMsg_S stMsg = {0};
     int iFailures = 0;
 
