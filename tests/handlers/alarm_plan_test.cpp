@@ -18,6 +18,9 @@ using List = oqDevSDK_DoorLock_AlarmPlanList_S;
 using plantest::ElemText;
 using plantest::RunHandler;
 
+// Allocations of one query of a full plan list, with room to spare.
+constexpr long kScannedAllocations = 64;
+
 std::string Dates(int n) {
     std::string out = "<DateList>";
     for (int i = 0; i < n; ++i) {
@@ -243,6 +246,33 @@ TEST_F(AlarmPlanTest, QueryWritesOnePlanWithClampedCounts) {
         ++users;
     }
     EXPECT_EQ(users, 500);
+}
+
+// Memory that runs out half way through the plans is answered with 4, never
+// with a list cut short.
+TEST_F(AlarmPlanTest, QueryCutShortByMemoryAnswersFour) {
+    auto list = MakeList(OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS);
+    for (auto &plan : list->astPlan) {
+        plan.usUserNum = OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS;
+    }
+    Device().SetRuntime(OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS, *list);
+    // The documents the harness prepares are not the handler's to fail.
+    dltest::ArmAllocationFault(kScannedAllocations * 2, false);
+    RunHandler([](CMarkupSTL &, CMarkupSTL &) noexcept { return 0; }, "");
+    const long harness = dltest::ArmedAllocations();
+    dltest::DisarmAllocationFault();
+    int cuts = 0;
+    for (long n = harness + 1; n <= harness + kScannedAllocations && cuts == 0; ++n) {
+        oqsim::clear_logs();
+        dltest::ArmAllocationFault(n, false);
+        const std::string rsp = RunHandler(&norla::ReqHnd_QueryNotBackAlarmPlans, "");
+        dltest::DisarmAllocationFault();
+        if (HasLog(1, "Failed to fill NotBackAlarmPlans info.")) {
+            ++cuts;
+            EXPECT_EQ(ResultOf(rsp), 4) << "allocation " << n;
+        }
+    }
+    EXPECT_EQ(cuts, 1);
 }
 
 TEST_F(AlarmPlanTest, QueryFailures) {

@@ -14,6 +14,8 @@ using usertest::XmlMessage;
 
 constexpr int kCmdSetUser = 18857;
 constexpr int kCmdQueryUsers = 20160;
+// Allocations of one query of a full table, with room to spare.
+constexpr long kScannedAllocations = 64;
 constexpr int kLogError = 1;
 constexpr int kTableCode = OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO;
 constexpr int kSetCode = OQDEVSDK_DOORLOCK_TO_DEV_SET_USER;
@@ -270,6 +272,32 @@ TEST_F(UsersTest, QueryStaysWithinAGarbageTable) {
     ASSERT_EQ(rsp.users.size(), static_cast<size_t>(OQDEVSDK_DOORLOCK_MAX_USERS));
     EXPECT_EQ(rsp.users[0].dates.size(), static_cast<size_t>(OQDEVSDK_DOORLOCK_MAX_USER_DATES));
     EXPECT_EQ(rsp.users[0].user.at("Name"), std::string(64, 'x'));
+}
+
+// Memory that runs out half way through the list is answered with 4: a list
+// cut short never passes for the lock's users.
+TEST_F(UsersTest, QueryCutShortByMemoryAnswersFour) {
+    Device().SetRuntime(kTableCode, *usertest::MakeTable(OQDEVSDK_DOORLOCK_MAX_USERS, 4));
+    const auto cut = [] {
+        for (const oqsim::LogLine &line : oqsim::logs()) {
+            if (line.text.rfind("Failed to fill user info, index=", 0) == 0) {
+                return true;
+            }
+        }
+        return false;
+    };
+    int cuts = 0;
+    for (long n = 1; n <= kScannedAllocations && cuts == 0; ++n) {
+        oqsim::clear_logs();
+        dltest::ArmAllocationFault(n, false);
+        const std::string body = Request(kCmdQueryUsers, 9, "<Request/>");
+        dltest::DisarmAllocationFault();
+        if (cut()) {
+            ++cuts;
+            EXPECT_EQ(ResultOf(body), 4) << "allocation " << n;
+        }
+    }
+    EXPECT_EQ(cuts, 1);
 }
 
 TEST_F(UsersTest, QueryFailures) {

@@ -118,6 +118,19 @@ TEST_F(RoundTripTest, NoResponseIdMeansNothingIsSent) {
     EXPECT_EQ(oqsim::count_log("DoorLock_PltReq_DoRsp_Handle no rsp, while rsp cmd = 0\n"), 2);
 }
 
+// The first allocation is the response's root: without a response to carry
+// the answer the request goes no further, and nothing half built is sent.
+TEST_F(RoundTripTest, ResponseThatCannotBeBuiltStopsTheRequest) {
+    dltest::ArmAllocationFault(1, false);
+    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request/>", 0, 0x490c, "v1.0.0", 3,
+                                                  &RecordingHandler),
+              -1);
+    dltest::DisarmAllocationFault();
+    EXPECT_EQ(g_seen.calls, 0);
+    EXPECT_TRUE(oqsim::sent().empty());
+    EXPECT_TRUE(HasLog(1, "Failed to build rsp of DoorLock, while rsp cmd = 0x490c"));
+}
+
 TEST_F(RoundTripTest, RefusedResponseGivesMinusOne) {
     oqsim::kernel_fail_send(5, 1);
     EXPECT_EQ(

@@ -237,6 +237,14 @@ int PlanReports() {
     return n;
 }
 
+TEST_F(FacePlanTest, ReportThatRunsOutOfMemoryIsNotSent) {
+    dltest::ArmAllocationFault(1, false);
+    EXPECT_EQ(norla::DoorAutoFaceUnlockPlan_Report(0), -1);
+    dltest::DisarmAllocationFault();
+    EXPECT_TRUE(oqsim::sent().empty());
+    EXPECT_TRUE(HasLog(1, "Failed to build auto face unlock plan report."));
+}
+
 // Polled by the status-report module: reported on change and after every set
 // handed to the lock, even when the lock's plan stayed the same.
 TEST_F(FacePlanTest, ReportedOnChangeAndAfterEverySet) {

@@ -148,6 +148,19 @@ TEST_F(LockPowerTest, PowerEntries) {
     }
 }
 
+// A member that cannot be added fails the report: no entry goes out with holes.
+TEST_F(LockPowerTest, PowerEntryThatRunsOutOfMemoryIsNotSent) {
+    Device().SetRuntime(OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS, MakePower(2, 0));
+    norla::PowerStatus_Reset();
+    ASSERT_EQ(norla::PowerStatus_IsChanged(), 1);
+    // The array and the first entry are made; its first member is not.
+    dltest::ArmAllocationFault(3, false);
+    EXPECT_EQ(norla::PowerStatus_Report(0), -1);
+    dltest::DisarmAllocationFault();
+    EXPECT_TRUE(oqsim::sent().empty());
+    EXPECT_TRUE(HasLog(1, "Failed to create cjson object."));
+}
+
 // Every byte counts, also those of entries beyond usPowerNum; a failed fetch
 // or allocation leaves the cache as it was.
 TEST_F(LockPowerTest, PowerChangeDetection) {

@@ -132,6 +132,16 @@ class SettingsStatusTest : public dltest::ModuleTest {
     }
 };
 
+// The object is made but a member is not: nothing is sent rather than half a
+// value.
+TEST_F(SettingsStatusTest, FaceUnlockValueThatRunsOutOfMemoryIsNotSent) {
+    dltest::ArmAllocationFault(2, false);
+    EXPECT_EQ(norla::KeyVal_DoorFaceUnlock_Report(0), 0);
+    dltest::DisarmAllocationFault();
+    EXPECT_TRUE(oqsim::sent().empty());
+    EXPECT_TRUE(HasLog(1, "Failed to create json object."));
+}
+
 TEST_F(SettingsStatusTest, FirstPollAfterLoad) {
     EXPECT_EQ(g_loadTime.switchChanged, (std::vector<int>{1, 1, 1, 0, 0, 0, 0, 0}));
     EXPECT_EQ(g_loadTime.switchReport, SwitchSummary({0, 0, 0, 0, 0, 0, 0, 0}));

@@ -11,6 +11,8 @@ namespace {
 
 constexpr int kLogError = 1;
 constexpr int kTableCode = OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO;
+// Allocations of one report of a full table, with room to spare.
+constexpr long kScannedAllocations = 64;
 
 class UserInfoItemTest : public dltest::ModuleTest {
   protected:
@@ -81,6 +83,28 @@ TEST_F(UserInfoItemTest, FailuresKeepTheCacheUntilAFetchSucceeds) {
 
     oqsim::kernel_fail_send(-5, 1);
     EXPECT_NE(norla::UserInfo_Report(0), 0);
+}
+
+// A table whose XML runs out of memory half way is not reported cut short.
+TEST_F(UserInfoItemTest, ReportCutShortByMemoryIsNotSent) {
+    Offer(OQDEVSDK_DOORLOCK_MAX_USERS);
+    ASSERT_EQ(norla::UserInfo_IsChanged(), 1);
+    int cuts = 0;
+    for (long n = 1; n <= kScannedAllocations && cuts == 0; ++n) {
+        oqsim::clear_logs();
+        oqsim::clear_sent();
+        dltest::ArmAllocationFault(n, false);
+        const int ret = norla::UserInfo_Report(0);
+        dltest::DisarmAllocationFault();
+        for (const oqsim::LogLine &line : oqsim::logs()) {
+            if (line.text.rfind("Failed to fill user info, index=", 0) == 0) {
+                ++cuts;
+                EXPECT_EQ(ret, -1);
+                EXPECT_TRUE(oqsim::sent().empty());
+            }
+        }
+    }
+    EXPECT_EQ(cuts, 1);
 }
 
 TEST_F(UserInfoItemTest, PollReportsAFullTableOnce) {
