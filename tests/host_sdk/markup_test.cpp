@@ -162,6 +162,8 @@ TEST(Markup, BlankTextSurvivesAPrint) {
     ASSERT_TRUE(back.FindElem("A"));
     EXPECT_EQ(back.x_GetData(), " \t");
     EXPECT_EQ(back.GetDoc(), printed);
+    Inside(back, "<R>&#10;&#x30;</R>");
+    EXPECT_EQ(back.GetDoc(), "<R>\n0</R>") << "references to allowed characters";
     Inside(back, "<R>x<![CDATA[ ]]></R>");
     EXPECT_EQ(back.GetDoc(), "<R>x </R>") << "only a text that is blank as a whole";
     CMarkupSTL layout;
@@ -195,7 +197,9 @@ TEST(Markup, MalformedTextIsRefusedAndLeavesAnEmptyDocument) {
                          "<a/>trailing",
                          "<?xml version=\"1.0\"?>\n<a",
                          "<a x=1/>",
-                         "<a x=\"1\" x=\"2\"/>"};
+                         "<a x=\"1\" x=\"2\"/>",
+                         "<a>x&#0;y</a>",
+                         "<a x=\"&#X000;\"/>"};
     for (const char *text : bad) {
         SCOPED_TRACE(text ? text : "(null)");
         CMarkupSTL xml(kList);
@@ -250,6 +254,36 @@ TEST(Markup, AllocationFailuresBecomeFalseAndLeakNothing) {
             EXPECT_EQ(xml.x_GetAttrib("x"), "");
         }
         EXPECT_EQ(g_xmlAllocs.load(), 0);
+    }
+    g_xmlFailAfter = -1;
+    oqsim::xml_set_alloc_hooks(nullptr, nullptr);
+}
+
+// Memory can run out between an attribute and its name; an attribute the class
+// reports as set always has its name, and the document stays readable.
+TEST(Markup, AttributeWhoseNameCannotBeStoredIsNotAdded) {
+    oqsim::xml_set_alloc_hooks(&CountingAlloc, &CountingFree);
+    for (int budget = 0; budget < 3; ++budget) {
+        SCOPED_TRACE(budget);
+        g_xmlAllocs = 0;
+        g_xmlFailAfter = budget;
+        std::string doc;
+        {
+            CMarkupSTL xml;
+            oqdev_xml_init_req(xml);
+            ASSERT_TRUE(xml.x_AddElem("E"));
+            for (int i = 0; i < 5000; ++i) {
+                const std::string name = "attribute_" + std::to_string(i);
+                if (!xml.x_SetAttrib(name.c_str(), i)) {
+                    break;
+                }
+                ASSERT_EQ(xml.x_GetAttrib(name.c_str()), std::to_string(i));
+            }
+            g_xmlFailAfter = -1;
+            doc = xml.GetDoc();
+        }
+        CMarkupSTL again;
+        EXPECT_TRUE(again.SetDoc(doc.c_str())) << doc.substr(doc.size() - 80);
     }
     g_xmlFailAfter = -1;
     oqsim::xml_set_alloc_hooks(nullptr, nullptr);
