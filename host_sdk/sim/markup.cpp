@@ -42,6 +42,25 @@ bool IsBlank(const char *p) {
     return true;
 }
 
+// "&#0;" (in any spelling) names a character XML does not allow; decoded it
+// would cut every C text that holds it.
+bool HasNulReference(const char *text) {
+    for (const char *p = std::strstr(text, "&#"); p != nullptr; p = std::strstr(p + 2, "&#")) {
+        const char *q = p + 2;
+        if (*q == 'x' || *q == 'X') {
+            ++q;
+        }
+        const char *digits = q;
+        while (*q == '0') {
+            ++q;
+        }
+        if (q != digits && *q == ';') {
+            return true;
+        }
+    }
+    return false;
+}
+
 // Length of the declaration line at the start of the text, its line end
 // included; 0 when the text does not start with one.
 size_t DeclarationLength(const char *text) {
@@ -352,6 +371,9 @@ bool CMarkupSTL::SetDoc(const char *pszDoc) noexcept {
             d.declaration.assign(pszDoc, declLen);
             return true;
         }
+        if (HasNulReference(body)) {
+            return false;
+        }
         // As a fragment, so that stray text around the root is seen and refused.
         pugi::xml_parse_result parsed =
             d.doc.load_string(body, pugi::parse_default | pugi::parse_fragment);
@@ -516,6 +538,12 @@ bool CMarkupSTL::x_SetAttrib(const char *pszName, const char *pszValue) noexcept
     pugi::xml_attribute attr = main.attribute(pszName);
     if (!attr) {
         attr = main.append_attribute(pszName);
+        // The name is stored on its own and may fail alone: an attribute left
+        // without a name would make the document unreadable.
+        if (attr && std::strcmp(attr.name(), pszName) != 0) {
+            main.remove_attribute(attr);
+            return false;
+        }
     }
     return attr && attr.set_value(pszValue != nullptr ? pszValue : "");
 }
