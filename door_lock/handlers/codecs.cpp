@@ -105,6 +105,12 @@ int32_t GetTimeFromDateStr(const char *text) noexcept {
         std::sscanf(text, "%d-%d-%d %d:%d:%d", &year, &month, &parts.tm_mday, &parts.tm_hour,
                     &parts.tm_min, &parts.tm_sec);
     }
+    // Numbers at the ends of int (sscanf's reading of huge texts) cannot be
+    // shifted into the struct tm fields; no such date fits 32-bit seconds.
+    if (year < std::numeric_limits<int>::min() + kTmYearBase ||
+        month == std::numeric_limits<int>::min()) {
+        return kInvalidTime;
+    }
     parts.tm_year = year - kTmYearBase;
     parts.tm_mon = month - 1;
     parts.tm_isdst = 0;

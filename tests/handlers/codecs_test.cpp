@@ -134,8 +134,9 @@ TEST_F(CodecsTest, UnconvertibleDatesGiveTheLargestTime) {
     // Year 0 rolls back before 1901, and nothing past 2038 fits 32-bit
     // seconds, whatever the width of the library's time values. In UTC the
     // second before the epoch is the library's own failure value.
-    for (const char *text : {"", "no numbers", "2038-01-19 03:14:08", "2040-01-01", "1800-01-01",
-                             "1969-12-31 23:59:59"}) {
+    for (const char *text :
+         {"", "no numbers", "2038-01-19 03:14:08", "2040-01-01", "1800-01-01",
+          "1969-12-31 23:59:59", "-2147483648-1-1", "2023--2147483648-1", "-99999999999-1-1"}) {
         EXPECT_EQ(norla::GetTimeFromDateStr(text), norla::kInvalidTime) << text;
     }
 }
