@@ -45,7 +45,10 @@ bool IsBlank(const char *p) {
 // "&#0;" (in any spelling) names a character XML does not allow; decoded it
 // would cut every C text that holds it.
 bool HasNulReference(const char *text) {
-    for (const char *p = std::strstr(text, "&#"); p != nullptr; p = std::strstr(p + 2, "&#")) {
+    for (const char *p = text; *p != '\0'; ++p) {
+        if (p[0] != '&' || p[1] != '#') {
+            continue;
+        }
         const char *q = p + 2;
         if (*q == 'x' || *q == 'X') {
             ++q;
@@ -281,7 +284,25 @@ bool IsOneTree(const pugi::xml_document &doc) {
     return roots == 1;
 }
 
+// Elements rarely carry more than a few attributes: those are compared pair
+// by pair, longer lists are sorted.
+constexpr int kPairwiseAttributes = 8;
+
 bool HasDuplicateAttribute(const pugi::xml_node &node, std::vector<const char *> &names) {
+    int count = 0;
+    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+        ++count;
+    }
+    if (count <= kPairwiseAttributes) {
+        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+            for (pugi::xml_attribute b = a.next_attribute(); b; b = b.next_attribute()) {
+                if (std::strcmp(a.name(), b.name()) == 0) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
     names.clear();
     for (const pugi::xml_attribute &attr : node.attributes()) {
         names.push_back(attr.name());
@@ -297,7 +318,7 @@ bool HasDuplicateAttribute(const pugi::xml_node &node, std::vector<const char *>
 bool AttributesUnique(const pugi::xml_document &doc) {
     std::vector<const char *> names;
     for (pugi::xml_node node = doc.first_child(); node;) {
-        if (node.first_attribute() && HasDuplicateAttribute(node, names)) {
+        if (node.first_attribute().next_attribute() && HasDuplicateAttribute(node, names)) {
             return false;
         }
         if (node.first_child()) {
