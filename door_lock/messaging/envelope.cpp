@@ -15,7 +15,6 @@
 namespace norla {
 namespace {
 
-constexpr std::size_t kNumTextLen = 32;
 constexpr int kDecimal = 10;
 constexpr const char *kDevSerialKey = "dev_subserial";
 
@@ -25,10 +24,9 @@ struct DoorLock_BusPlt_CtrlObj_S {
 DoorLock_BusPlt_CtrlObj_S g_stBusPlt_CtrlObj = {0};
 pthread_mutex_t g_hLock_BusPlat = PTHREAD_MUTEX_INITIALIZER;
 
+// The document class writes ints as "%d" would, without a printf.
 bool SetResultText(CMarkupSTL &xml, int code) noexcept {
-    char szCode[kNumTextLen];
-    std::snprintf(szCode, sizeof szCode, "%d", code);
-    return xml.x_SetData(szCode);
+    return xml.x_SetData(code);
 }
 
 // A private, zero-terminated copy of the document text: the kernel may keep
@@ -68,9 +66,7 @@ int DoorLock_xml_init_rsp(CMarkupSTL &xml) noexcept {
     xml.SetDoc(kXmlDeclaration);
     xml.x_AddElem("Response");
     xml.IntoElem();
-    char szCode[kNumTextLen];
-    std::snprintf(szCode, sizeof szCode, "%d", kResultOk);
-    xml.x_AddElem("Result", szCode);
+    xml.x_AddElem("Result", kResultOk);
     return 0;
 }
 

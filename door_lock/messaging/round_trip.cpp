@@ -1,6 +1,6 @@
 #include "messaging/round_trip.h"
 
-#include <cstdio>
+#include <charconv>
 
 #include "frame/domain_ids.h"
 #include "messaging/envelope.h"
@@ -48,7 +48,7 @@ bool EnterRoot(CMarkupSTL &request) noexcept {
 // Lets a handler read the sequence number from the request itself.
 void AddUserDefine(CMarkupSTL &request, unsigned int seq) noexcept {
     char szSeq[kSeqTextLen];
-    std::snprintf(szSeq, sizeof szSeq, "%u", seq);
+    *std::to_chars(szSeq, szSeq + sizeof szSeq - 1, seq).ptr = '\0';
     if (request.x_AddElem("UserDefine")) {
         request.x_SetAttrib("MsgSeq", szSeq);
     }
