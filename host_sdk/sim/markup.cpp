@@ -205,6 +205,16 @@ void AppendBlankText(TextOut &out, const char *text) {
     }
 }
 
+// Empty CDATA sections print as nothing, so they do not open an element.
+bool HasContent(const pugi::xml_node &node) {
+    for (const pugi::xml_node &child : node.children()) {
+        if (!IsText(child) || *child.value() != '\0') {
+            return true;
+        }
+    }
+    return false;
+}
+
 void OpenTag(TextOut &out, const pugi::xml_node &node) {
     out.Put('<');
     out.Put(node.name());
@@ -215,7 +225,7 @@ void OpenTag(TextOut &out, const pugi::xml_node &node) {
         AppendEscaped(out, attr.value(), true);
         out.Put('"');
     }
-    if (node.first_child()) {
+    if (HasContent(node)) {
         out.Put('>');
     } else {
         out.Put("/>", 2);
@@ -223,7 +233,7 @@ void OpenTag(TextOut &out, const pugi::xml_node &node) {
 }
 
 void CloseTag(TextOut &out, const pugi::xml_node &node) {
-    if (node.first_child()) {
+    if (HasContent(node)) {
         out.Put("</", 2);
         out.Put(node.name());
         out.Put('>');

@@ -164,6 +164,8 @@ TEST(Markup, BlankTextSurvivesAPrint) {
     EXPECT_EQ(back.GetDoc(), printed);
     Inside(back, "<R>&#10;&#x30;</R>");
     EXPECT_EQ(back.GetDoc(), "<R>\n0</R>") << "references to allowed characters";
+    Inside(back, "<R><A><![CDATA[]]></A></R>");
+    EXPECT_EQ(back.GetDoc(), "<R><A/></R>") << "an empty CDATA section is no content";
     Inside(back, "<R>x<![CDATA[ ]]></R>");
     EXPECT_EQ(back.GetDoc(), "<R>x </R>") << "only a text that is blank as a whole";
     CMarkupSTL layout;
