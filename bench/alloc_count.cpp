@@ -72,7 +72,8 @@ void FreeAny(void *ptr) {
 void InstallAllocHooks() {
     norla::DoorLock_SetAllocHooks(norla::DoorLock_AllocHooks_S{&ModuleAlloc, &FreeAny});
     oqsim::xml_set_alloc_hooks(&XmlAlloc, &FreeAny);
-    cJSON_Hooks hooks{&ModuleAlloc, &FreeAny};
+    // The JSON trees carried inside XML count with the document libraries.
+    cJSON_Hooks hooks{&XmlAlloc, &FreeAny};
     cJSON_InitHooks(&hooks);
 }
 

@@ -18,8 +18,8 @@ int64_t LiveBytes();
 // Highest LiveBytes() since the last ResetPeak().
 int64_t PeakBytes();
 void ResetPeak();
-// Bytes of the XML library alone, now and at its peak since the last
-// ResetPeak().
+// Bytes of the document libraries alone (XML pages and cJSON trees), now and
+// at their peak since the last ResetPeak().
 int64_t XmlLiveBytes();
 int64_t XmlPeakBytes();
 

@@ -28,6 +28,8 @@ constexpr uint32_t kEventsLen = OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN;
 constexpr int kMmapThreshold = 4 << 20;
 constexpr int kTrimThreshold = 16 << 20;
 constexpr int kSmallPlanUsers = 5;
+// A request and its response.
+constexpr int kRoundTripDocuments = 2;
 constexpr int kMaxUsers = OQDEVSDK_DOORLOCK_MAX_USERS;
 
 using FloorFn = void (*)(const std::string &, uint32_t);
@@ -44,14 +46,15 @@ void RunDetectors() {
 // A platform request: the module through the kernel's data-route callback,
 // the floor on the same text.
 Case Request(std::string name, int cmd, std::string body, std::function<void()> setup,
-             FloorFn floor, uint32_t records, bool mixed = true) {
+             FloorFn floor, uint32_t records, int documents = kRoundTripDocuments) {
     auto text = std::make_shared<const std::string>(std::move(body));
     return Case{std::move(name),
                 std::move(setup),
                 [cmd, text](uint32_t seq) { oqsim::deliver(cmd, seq, *text); },
                 [floor, text](uint32_t seq) { floor(*text, seq); },
                 records,
-                mixed};
+                documents,
+                true};
 }
 
 std::function<void()> Users(int users) {
@@ -120,12 +123,14 @@ std::vector<Case> MakeCases() {
                              norla::UserInfo_IsChanged();
                          },
                          [](uint32_t) { norla::UserInfo_Report(0); },
-                         [](uint32_t seq) { FloorUserInfoReport(ServedUsers(), seq); }, 0, true});
+                         [](uint32_t seq) { FloorUserInfoReport(ServedUsers(), seq); },
+                         // The table it reports is the item's static cache.
+                         kUserTableLen, 1, true});
     cases.push_back(Case{"poll/unchanged", SyncedPoll, [](uint32_t) { RunDetectors(); },
-                         [](uint32_t) { FloorPollCycle(false); }, kUserTableLen, true});
+                         [](uint32_t) { FloorPollCycle(false); }, kUserTableLen, 0, true});
     cases.push_back(Case{"poll/changed", SyncedPoll, Alternating(RunDetectors),
                          Alternating([] { FloorPollCycle(true); }),
-                         kUserTableLen + kEventsLen + kPowerLen, false});
+                         kUserTableLen + kEventsLen + kPowerLen, 0, false});
     return cases;
 }
 

@@ -18,6 +18,8 @@ struct Case {
     std::function<void(uint32_t seq)> floor;
     // Device records the module holds at once for this command, in bytes.
     uint32_t records;
+    // XML documents the module keeps open at once.
+    int documents;
     // Part of the mixed load of the growth check.
     bool mixed;
 };
