@@ -344,9 +344,11 @@ bool AttributesUnique(const pugi::xml_document &doc) {
 }
 
 // An element's text is its first run of text and CDATA sections: a parsed
-// "a<![CDATA[b]]>" reads as "ab", as it does once printed.
+// "a<![CDATA[b]]>" reads as "ab", as it does once printed. Empty CDATA
+// sections print as nothing, so a run starts at the first text with content.
 pugi::xml_node FirstText(const pugi::xml_node &element) {
-    return element.find_child(&IsText);
+    return element.find_child(
+        [](const pugi::xml_node &node) { return IsText(node) && *node.value() != '\0'; });
 }
 
 bool NameIs(const pugi::xml_node &node, const char *name) {

@@ -166,6 +166,9 @@ TEST(Markup, BlankTextSurvivesAPrint) {
     EXPECT_EQ(back.GetDoc(), "<R>\n0</R>") << "references to allowed characters";
     Inside(back, "<R><A><![CDATA[]]></A></R>");
     EXPECT_EQ(back.GetDoc(), "<R><A/></R>") << "an empty CDATA section is no content";
+    Inside(back, "<R><A><![CDATA[]]><B/>x</A></R>");
+    ASSERT_TRUE(back.FindElem("A"));
+    EXPECT_EQ(back.x_GetData(), "x") << "nor does it start the text";
     Inside(back, "<R>x<![CDATA[ ]]></R>");
     EXPECT_EQ(back.GetDoc(), "<R>x </R>") << "only a text that is blank as a whole";
     CMarkupSTL layout;
