@@ -48,8 +48,13 @@ void RunDetectors() {
 Case Request(std::string name, int cmd, std::string body, std::function<void()> setup,
              FloorFn floor, uint32_t records, int documents = kRoundTripDocuments) {
     auto text = std::make_shared<const std::string>(std::move(body));
+    // Requests see the device's first state, whatever a poll case left.
+    auto prepare = [setup] {
+        SetStatusState(0);
+        setup();
+    };
     return Case{std::move(name),
-                std::move(setup),
+                std::move(prepare),
                 [cmd, text](uint32_t seq) { oqsim::deliver(cmd, seq, *text); },
                 [floor, text](uint32_t seq) { floor(*text, seq); },
                 records,
