@@ -141,7 +141,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     } else {
         const Request &req = kRequests[op - kItemCount];
         oqsim::deliver(req.cmd, kSeq, req.body);
-        fuzz::CheckSent(1, kSeq);
+        fuzz::CheckSent(req.cmd + 1, kSeq);
     }
     fuzz::StopModule();
     return 0;

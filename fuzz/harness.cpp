@@ -162,7 +162,7 @@ void StopModule() {
     }
 }
 
-void CheckSent(int maxResponses, uint32_t seq) {
+void CheckSent(int rspCmd, uint32_t seq) {
     int responses = 0;
     for (const oqsim::Sent &sent : oqsim::sent()) {
         CMarkupSTL doc;
@@ -176,10 +176,14 @@ void CheckSent(int maxResponses, uint32_t seq) {
             CheckStarted(sent);
             continue;
         }
-        if (++responses > maxResponses || sent.rec.uiMsgSeq != seq) {
-            Fail("an unexpected response", sent.body);
+        ++responses;
+        if (sent.rec.iCmdId != rspCmd || sent.rec.uiMsgSeq != seq) {
+            Fail("a response under another command or sequence number", sent.body);
         }
         CheckResponse(sent);
+    }
+    if (responses != (rspCmd != 0 ? 1 : 0)) {
+        Fail("a request not answered exactly once", std::to_string(responses));
     }
 }
 

@@ -37,9 +37,9 @@ void StartModule(const oqDevSDK_DoorLock_Callback_S &callbacks);
 void StopModule();
 
 // Aborts unless every message sent since the last reset re-parses, each
-// response carries a result its command may answer, and no more than
-// `maxResponses` responses were sent (all under `seq`).
-void CheckSent(int maxResponses, uint32_t seq);
+// response carries a result its command may answer, and exactly one response
+// was sent, under `rspCmd` and `seq` (none when rspCmd is 0).
+void CheckSent(int rspCmd, uint32_t seq);
 
 // Reports the broken rule and aborts, so that the fuzzer keeps the input.
 [[noreturn]] void Fail(const char *what, const std::string &detail);
