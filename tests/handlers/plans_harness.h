@@ -5,12 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 
 #include "CMarkupSTL.h"
 #include "messaging/envelope.h"
 #include "messaging/round_trip.h"
+#include "support/fixture.h"
 
 namespace plantest {
 
@@ -21,12 +23,11 @@ inline std::string RunHandler(norla::DoorLock_ReqHandler handler, const std::str
     CMarkupSTL req;
     CMarkupSTL rsp;
     norla::DoorLock_xml_init_rsp(rsp);
-    std::string doc = "<Request>" + body + "</Request>";
-    EXPECT_TRUE(req.SetDoc(doc.c_str())) << doc;
+    EXPECT_TRUE(req.SetDoc(("<Request>" + body + "</Request>").c_str())) << body;
     req.FindElem("Request", true);
     req.IntoElem();
     req.x_AddElem("UserDefine");
-    int result = handler(req, rsp);
+    const int result = handler(req, rsp);
     if (ret != nullptr) {
         *ret = result;
     }
@@ -46,6 +47,29 @@ inline std::string ElemText(const std::string &doc, const char *name) {
     auto xml = Inside(doc);
     return xml->FindElem(name, true) ? xml->x_GetData() : "<missing>";
 }
+
+// Attributes of the level's first `elem` (of the main element when null), each
+// after a space.
+inline std::string Attribs(CMarkupSTL &xml, const char *elem,
+                           std::initializer_list<const char *> names) {
+    std::string out;
+    if (elem != nullptr && !xml.FindElem(elem, true)) {
+        return " <no " + std::string(elem) + ">";
+    }
+    for (const char *name : names) {
+        out += " " + xml.x_GetAttrib(name);
+    }
+    return out;
+}
+
+class HandlerTest : public dltest::ModuleTest {
+  protected:
+    void SetUp() override {
+        ModuleTest::SetUp();
+        oqsim::set_tz("UTC");
+        InitModule();
+    }
+};
 
 }  // namespace plantest
 
