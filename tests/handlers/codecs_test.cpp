@@ -1,6 +1,6 @@
 #include <cstring>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "handlers/codecs.h"
 #include "support/fixture.h"
@@ -12,10 +12,6 @@ class CodecsTest : public dltest::ModuleTest {
     void SetUp() override {
         ModuleTest::SetUp();
         oqsim::set_tz("UTC");
-    }
-    void TearDown() override {
-        oqsim::set_tz("UTC");
-        ModuleTest::TearDown();
     }
 };
 
@@ -29,69 +25,44 @@ std::string MaskText(uint8_t mask, unsigned int size = norla::kDateStrLen) {
     return size == 0 ? std::string() : std::string(buf);
 }
 
-TEST_F(CodecsTest, MaskToText) {
-    struct Case {
-        uint8_t mask;
-        unsigned int size;
-        const char *text;
-        bool cut;
+TEST_F(CodecsTest, WeekdayMasksAndTexts) {
+    // mask, buffer size, text, cut short; with fewer than three bytes left
+    // after Saturday the text is cut even without Sunday.
+    const std::tuple<uint8_t, unsigned int, const char *, bool> toText[] = {
+        {0x80, 64, "", false},
+        {0x03, 64, "1,7", false},
+        {0xFF, 64, "1,2,3,4,5,6,7", false},
+        {0x7F, 14, "1,2,3,4,5,6,7", false},
+        {0x01, 3, "7", false},
+        {0x7E, 5, "1,2,", true},
+        {0x7E, 4, "1,2", true},
+        {0x7F, 0, "", true},
+        {0x3E, 11, "1,2,3,4,5", true},
+        {0x01, 2, "", true},
     };
-    // With fewer than three bytes left after Saturday the text is cut even
-    // without Sunday.
-    const Case cases[] = {{0x00, 64, "", false},
-                          {0x80, 64, "", false},
-                          {0x03, 64, "1,7", false},
-                          {0x41, 64, "6,7", false},
-                          {0xFF, 64, "1,2,3,4,5,6,7", false},
-                          {0x7F, 14, "1,2,3,4,5,6,7", false},
-                          {0x01, 3, "7", false},
-                          {0x7E, 5, "1,2,", true},
-                          {0x7E, 4, "1,2", true},
-                          {0x7E, 1, "", true},
-                          {0x7F, 0, "", true},
-                          {0x3E, 11, "1,2,3,4,5", true},
-                          {0x7E, 13, "1,2,3,4,5,6", true},
-                          {0x01, 2, "", true}};
-    for (const Case &c : cases) {
-        SCOPED_TRACE("mask " + std::to_string(c.mask) + " size " + std::to_string(c.size));
+    for (const auto &[mask, size, text, cut] : toText) {
+        SCOPED_TRACE(std::to_string(mask) + " in " + std::to_string(size));
         oqsim::clear_logs();
-        EXPECT_EQ(MaskText(c.mask, c.size), c.text);
-        EXPECT_EQ(oqsim::logs().size(), c.cut ? 1u : 0u);
-        EXPECT_EQ(HasLog(1, "String buf is not enough, Before checking last bit of weekday."),
-                  c.cut);
+        EXPECT_EQ(MaskText(mask, size), text);
+        EXPECT_EQ(oqsim::logs().size(), cut ? 1u : 0u);
+        EXPECT_EQ(HasLog(1, "String buf is not enough, Before checking last bit of weekday."), cut);
     }
-}
-
-TEST_F(CodecsTest, TextToMask) {
-    struct Case {
-        const char *text;
-        uint8_t before;
-        uint8_t after;
-        std::vector<int> invalid;
+    // text, mask before, mask after, day logged as invalid (-1: none). Only
+    // the low 8 bits of a number count; only 31 characters are read.
+    const std::tuple<const char *, uint8_t, uint8_t, int> toMask[] = {
+        {"1", 0x10, 0x12, -1},    {"1,8,7", 0, 0x03, 8},
+        {"abc", 0, 0, 0},         {",", 0x20, 0x20, -1},
+        {",,1,,2,", 0, 0x06, -1}, {"263,-255", 0, 0x03, -1},
+        {"256", 0, 0, 0},         {"1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,2", 0, 0x02, -1},
     };
-    // Only the low 8 bits of a number count; only 31 characters are read.
-    const Case cases[] = {{"1,2,3,4,5,6,7", 0, 0x7F, {}},
-                          {"1", 0x10, 0x12, {}},
-                          {"1,8,7", 0, 0x03, {8}},
-                          {"0", 0, 0, {0}},
-                          {"abc", 0, 0, {0}},
-                          {"", 0x20, 0x20, {}},
-                          {",", 0x20, 0x20, {}},
-                          {",,1,,2,", 0, 0x06, {}},
-                          {"263,-255", 0, 0x03, {}},
-                          {"256", 0, 0, {0}},
-                          {"1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,2", 0, 0x02, {}}};
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.text);
+    for (const auto &[text, before, after, invalid] : toMask) {
         oqsim::clear_logs();
-        uint8_t mask = c.before;
-        norla::WeekDay_Str2Data(c.text, &mask);
-        EXPECT_EQ(mask, c.after);
-        EXPECT_EQ(oqsim::logs().size(), c.invalid.size());
-        for (int day : c.invalid) {
-            EXPECT_TRUE(
-                HasLog(1, "Invalid weekday index[" + std::to_string(day) + "] after converting."));
-        }
+        uint8_t mask = before;
+        norla::WeekDay_Str2Data(text, &mask);
+        EXPECT_EQ(mask, after) << text;
+        EXPECT_EQ(oqsim::logs().size(), invalid < 0 ? 0u : 1u) << text;
+        EXPECT_TRUE(invalid < 0 || HasLog(1, "Invalid weekday index[" + std::to_string(invalid) +
+                                                 "] after converting."));
     }
     for (unsigned int m = 0; m < 0x80; ++m) {
         uint8_t back = 0;
@@ -100,17 +71,34 @@ TEST_F(CodecsTest, TextToMask) {
     }
 }
 
-TEST_F(CodecsTest, DateTextToTimeNormalisesInLocalTime) {
-    const std::pair<const char *, int32_t> cases[] = {
-        {"2021-03-07 08:05:00", 1615104300}, {"2021-3-7 8:5:0", 1615104300},
-        {"2021-03-07", 1615075200},           // midnight
-        {"2021-02-30 00:00:00", 1614643200},  // 2021-03-02
-        {"2021-13-01 00:00:00", 1640995200},  // 2022-01-01
-        {"2021-03-00 00:00:00", 1614470400},  // 2021-02-28
-        {"1970-01-01 00:00:00", 0}};
+TEST_F(CodecsTest, DateTextsAndTimesInLocalTime) {
+    // Canonical texts convert both ways.
+    const std::tuple<const char *, int32_t, const char *> both[] = {
+        {"UTC", 0, "1970-01-01 00:00:00"},
+        {"CST-8", 0, "1970-01-01 08:00:00"},
+        {"CST-8", 1615104300, "2021-03-07 16:05:00"},
+        {"UTC", 2147483647, "2038-01-19 03:14:07"},
+    };
+    char buf[norla::kDateStrLen];
+    for (const auto &[tz, seconds, text] : both) {
+        oqsim::set_tz(tz);
+        EXPECT_EQ(norla::GetDateStrFromTime(&seconds, buf, sizeof buf), 0);
+        EXPECT_STREQ(buf, text) << tz;
+        EXPECT_EQ(norla::GetTimeFromDateStr(text), seconds) << tz << " " << text;
+    }
+    const int32_t march7 = 1615104300;
+    norla::GetDateStrFromTime(&march7, buf, 11);
+    EXPECT_STREQ(buf, "2021-03-07");
+    // Other texts are normalised.
+    const std::pair<const char *, int32_t> normalised[] = {
+        {"2021-3-7 8:5:0", 1615104300},      {"2021-03-07", 1615075200},  // midnight
+        {"2021-02-30 00:00:00", 1614643200},                              // 2021-03-02
+        {"2021-13-01 00:00:00", 1640995200},                              // 2022-01-01
+        {"2021-03-00 00:00:00", 1614470400},                              // 2021-02-28
+    };
     for (auto [tz, offset] : {std::pair{"UTC", 0}, {"CST-8", 8 * 3600}}) {
         oqsim::set_tz(tz);
-        for (auto [text, utc] : cases) {
+        for (auto [text, utc] : normalised) {
             EXPECT_EQ(norla::GetTimeFromDateStr(text), utc - offset) << tz << " " << text;
         }
     }
@@ -126,28 +114,6 @@ TEST_F(CodecsTest, UnconvertibleDatesGiveTheLargestTime) {
           "1969-12-31 23:59:59", "-2147483648-1-1", "2023--2147483648-1", "-99999999999-1-1"}) {
         EXPECT_EQ(norla::GetTimeFromDateStr(text), norla::kInvalidTime) << text;
     }
-}
-
-TEST_F(CodecsTest, TimeToDateTextInLocalTime) {
-    struct Case {
-        const char *tz;
-        int32_t seconds;
-        const char *text;
-    };
-    const Case cases[] = {{"UTC", 0, "1970-01-01 00:00:00"},
-                          {"CST-8", 0, "1970-01-01 08:00:00"},
-                          {"UTC", 1615104300, "2021-03-07 08:05:00"},
-                          {"CST-8", 1615104300, "2021-03-07 16:05:00"},
-                          {"UTC", 2147483647, "2038-01-19 03:14:07"}};
-    char buf[norla::kDateStrLen];
-    for (const Case &c : cases) {
-        oqsim::set_tz(c.tz);
-        EXPECT_EQ(norla::GetDateStrFromTime(&c.seconds, buf, sizeof buf), 0);
-        EXPECT_STREQ(buf, c.text) << c.tz;
-        EXPECT_EQ(norla::GetTimeFromDateStr(buf), c.seconds) << c.tz << " round trip";
-    }
-    norla::GetDateStrFromTime(&cases[2].seconds, buf, 11);
-    EXPECT_STREQ(buf, "2021-03-07");
 }
 
 }  // namespace

@@ -1,0 +1,358 @@
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "handlers/handlers.h"
+#include "handlers/plans_harness.h"
+
+namespace {
+
+using plantest::Attribs;
+using plantest::ElemText;
+using plantest::RunHandler;
+using SnapPwd = oqDevSDK_DoorLock_SetSnapPwd_S;
+using AlarmPlan = oqDevSDK_DoorLock_SetAlarmPlan_S;
+using AlarmList = oqDevSDK_DoorLock_AlarmPlanList_S;
+using FacePlan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
+using Verify = oqDevSDK_DoorLock_UserVerify_S;
+
+constexpr int kSnapSet = OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD;
+constexpr int kAlarmSet = OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN;
+constexpr int kAlarmList = OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS;
+constexpr int kFaceFrom = OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN;
+constexpr int kFaceTo = OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN;
+// Allocations of one query of a full plan list, with room to spare.
+constexpr long kScannedAllocations = 64;
+
+// The last record of `type` the lock got, on the heap (some are too large for
+// the stack); null when none of that size.
+template <typename T>
+std::unique_ptr<T> Sent(int type) {
+    const dltest::Received *got = dltest::FakeDevice::Get().Find(type);
+    if (got == nullptr || got->bytes.size() != sizeof(T)) {
+        return nullptr;
+    }
+    auto rec = std::make_unique<T>();
+    std::memcpy(static_cast<void *>(rec.get()), got->bytes.data(), sizeof(T));
+    return rec;
+}
+
+// `n` dates 0i:1i-2i:3i, or `n` users i+1 named ui.
+std::string Items(const std::string &list, int n) {
+    std::string out = "<" + list + ">";
+    for (int i = 0; i < n; ++i) {
+        const std::string d = std::to_string(i);
+        out += list == "DateList"
+                   ? "<Date Begin=\"0" + d + ":1" + d + "\" End=\"2" + d + ":3" + d + "\"/>"
+                   : "<User Index=\"" + std::to_string(i + 1) + "\" Name=\"u" + d + "\"/>";
+    }
+    return out + "</" + list + ">";
+}
+
+std::string AlarmBody(const std::string &opt, const std::string &inside = "") {
+    return "<OptType " + opt + "/><Plan Enable=\"1\" Weekday=\"1,7\">" + inside + "</Plan>";
+}
+
+std::string Actor(int planType = 19) {
+    return "<Actor Channel=\"2\" PlanType=\"" + std::to_string(planType) + "\">D</Actor>";
+}
+
+// The lock's device plan before a set: on, channel 3, 01:00-02:00 every day.
+FacePlan LockPlan() {
+    FacePlan plan;
+    std::memset(&plan, 0, sizeof plan);
+    plan.uiHeadWord = 0xA5A5A5A5u;
+    plan.uiChannel = 3;
+    plan.iEnable = 1;
+    for (auto &day : plan.astDay) {
+        day[0] = {60, 120};
+    }
+    return plan;
+}
+
+using PlansTest = plantest::HandlerTest;
+
+// The response carries the index and password the lock wrote into the record;
+// a delete carries only the index.
+TEST_F(PlansTest, SnapPasswordCreateAndDeleteSendTheRecordByteForByte) {
+    Device().on_recv = [](oqDevSDK_DoorLock_Msg_S *msg) {
+        auto *rec = static_cast<SnapPwd *>(msg->pData);
+        rec->usIndex = 2;
+        std::memcpy(rec->szPwd, "84736251", 9);
+        return 0;
+    };
+    std::string rsp = RunHandler(&norla::ReqHnd_SetSnapPwd,
+                                 "<OptType Type=\"0\"/><Info><User Name=\"" + std::string(70, 'n') +
+                                     "\"/><Expire Begin=\"2021-03-07 08:05:00\" End=\"2021-12-31 "
+                                     "23:59:59\"/><Limit Num=\"5\"/></Info>");
+    SnapPwd want;
+    std::memset(&want, 0, sizeof want);
+    std::memset(want.szName, 'n', sizeof want.szName - 1);
+    want.uiBeginTime = 1615104300;  // 2021-03-07 08:05:00 UTC
+    want.uiEndTime = 1640995199;
+    want.iLimitNum = 5;
+    want.iAvailableCount = 5;
+    ASSERT_NE(Sent<SnapPwd>(kSnapSet), nullptr);
+    EXPECT_EQ(std::memcmp(Sent<SnapPwd>(kSnapSet).get(), &want, sizeof want), 0);
+    EXPECT_EQ(ResultOf(rsp), 0);
+    EXPECT_EQ(ElemText(rsp, "Index") + " " + ElemText(rsp, "Pwd"), "3 84736251");
+
+    Device().on_recv = nullptr;
+    rsp = RunHandler(&norla::ReqHnd_SetSnapPwd, "<OptType Type=\"2\" Index=\"5\"/>");
+    std::memset(&want, 0, sizeof want);
+    want.ucOptType = 2;
+    want.usIndex = 4;
+    EXPECT_EQ(std::memcmp(Sent<SnapPwd>(kSnapSet).get(), &want, sizeof want), 0);
+    EXPECT_EQ(ElemText(rsp, "Index") + " " + ElemText(rsp, "Pwd"), "5 ");
+}
+
+TEST_F(PlansTest, BadRequestsNeverReachTheLock) {
+    const std::string snapNoEnd =
+        "<OptType Type=\"0\"/><Info><User Name=\"a\"/><Expire Begin=\"1\"/></Info>";
+    const std::string alarmNoEnd =
+        "<DateList><Date Begin=\"01:00\" End=\"02:00\"/><Date Begin=\"03:00\"/></DateList>";
+    const char *const snap = "Failed to ParseSetSnapPassword.";
+    const char *const alarm = "Failed to ParseSetNotBackAlarmPlan.";
+    // handler, body, result, logs
+    const std::tuple<norla::DoorLock_ReqHandler, std::string, int, const char *, const char *>
+        cases[] = {
+            {&norla::ReqHnd_SetSnapPwd, "<OptType Type=\"1\" Index=\"5\"/>", 3,
+             "Invalid operation type:1", snap},
+            {&norla::ReqHnd_SetSnapPwd, "<Info/>", 3, "Failed to find elem:OptType", snap},
+            {&norla::ReqHnd_SetSnapPwd, snapNoEnd, 3, "Failed to find attrib:End", snap},
+            {&norla::ReqHnd_SetNotBackAlarmPlan, AlarmBody("Type=\"0\"", alarmNoEnd), 3,
+             "[Index 1]Failed to find attrib:End.", alarm},
+            {&norla::ReqHnd_SetNotBackAlarmPlan, AlarmBody("Type=\"1\""), 3,
+             "Failed to find attrib:Index", alarm},
+            {&norla::ReqHnd_TriggerUserVerify, "<Timeout>5</Timeout>", 3,
+             "Failed to find elem:UserID.", ""},
+            {&norla::ReqHnd_TriggerUserVerify, "<Timeout>5</Timeout><UserID>u</UserID>", 3,
+             "Failed to find elem:Timeout.", ""},
+            {&norla::ReqHnd_SetDevPlan, Actor(18), 131, "unspport plan type ", "ReqHnd_SetDevPlan"},
+            {&norla::ReqHnd_SetDevPlan, "<Enable>1</Enable><Date Weekday=\"1\"/>", 131,
+             "without actor element.", "ReqHnd_SetDevPlan"},
+        };
+    Device().SetRuntime(kFaceFrom, LockPlan());
+    for (const auto &[handler, body, result, log, log2] : cases) {
+        SCOPED_TRACE(body);
+        oqsim::clear_logs();
+        EXPECT_EQ(ResultOf(RunHandler(handler, body)), result);
+        EXPECT_TRUE(HasLog(1, log)) << log;
+        EXPECT_TRUE(*log2 == '\0' || HasLog(1, log2) || HasLog(3, log2)) << log2;
+    }
+    EXPECT_TRUE(Device().received.empty());
+}
+
+TEST_F(PlansTest, SnapPasswordListHoldsAtMostThreeEntries) {
+    oqDevSDK_DoorLock_SnapPwdList_S list;
+    std::memset(&list, 0, sizeof list);
+    for (uint16_t i = 0; i < OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS; ++i) {
+        list.astEntry[i] = {
+            static_cast<uint16_t>(i + 4), {}, {static_cast<char>('a' + i)}, 1615104300, 1640995199,
+            i == 0 ? -1 : 10 + i,         3};
+    }
+    // The last name fills its field without a terminator.
+    std::memset(list.astEntry[2].szName, 'c', sizeof list.astEntry[2].szName);
+    const std::string span = " 2021-03-07 08:05:00 2021-12-31 23:59:59 ";
+    const std::string want[] = {"5 a" + span + "-1 -1", "6 b" + span + "11 3",
+                                "7 " + std::string(64, 'c') + span + "12 3"};
+    for (auto [count, infos] : {std::pair<uint16_t, size_t>{0, 0}, {3, 3}, {5, 3}}) {
+        list.usCount = count;
+        Device().SetRuntime(OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS, list);
+        const std::string rsp = RunHandler(&norla::ReqHnd_QuerySnapPwdInfo, "");
+        EXPECT_EQ(ResultOf(rsp), 0);
+        auto xml = plantest::Inside(rsp);
+        std::vector<std::string> got;
+        while (xml->FindElem("Info")) {
+            got.push_back(xml->x_GetAttrib("Index"));
+            xml->IntoElem();
+            got.back() += Attribs(*xml, "User", {"Name"}) +
+                          Attribs(*xml, "Expire", {"Begin", "End"}) +
+                          Attribs(*xml, "Limit", {"Num", "AvailableCount"});
+            xml->OutOfElem();
+        }
+        EXPECT_EQ(got, std::vector<std::string>(want, want + infos)) << count;
+    }
+}
+
+TEST_F(PlansTest, AlarmPlanSetSendsTheWholeRecord) {
+    RunHandler(&norla::ReqHnd_SetNotBackAlarmPlan,
+               AlarmBody("Type=\"0\"", Items("DateList", 2) + Items("UserList", 2)));
+    auto want = std::make_unique<AlarmPlan>();
+    want->ucEnable = 1;
+    want->ucWeekday = 0x03;
+    want->usDateNum = 2;
+    want->astDate[0] = {0, 10, 20, 30};
+    want->astDate[1] = {1, 11, 21, 31};
+    want->usUserNum = 2;
+    std::strcpy(want->astUser[0].szName, "u0");
+    want->astUser[1].usIndex = 1;
+    std::strcpy(want->astUser[1].szName, "u1");
+    const auto got = Sent<AlarmPlan>(kAlarmSet);
+    ASSERT_NE(got, nullptr);
+    EXPECT_EQ(std::memcmp(got.get(), want.get(), sizeof(AlarmPlan)), 0);
+
+    // body, "type index dates users" of the record, Index text
+    const std::tuple<std::string, const char *, const char *> cases[] = {
+        {AlarmBody("Type=\"0\"", Items("DateList", 6)), "0 0 4 0", "1"},
+        {AlarmBody("Type=\"0\"", Items("UserList", 503)), "0 0 0 500", "1"},
+        {AlarmBody("Type=\"1\" Index=\"3\"", Items("DateList", 1) + Items("UserList", 1)),
+         "1 2 1 1", "3"},
+        {"<OptType Type=\"2\" Index=\"4\"/>", "2 3 0 0", "4"},
+    };
+    for (const auto &[body, sent, index] : cases) {
+        const std::string rsp = RunHandler(&norla::ReqHnd_SetNotBackAlarmPlan, body);
+        EXPECT_EQ(ResultOf(rsp), 0);
+        EXPECT_EQ(ElemText(rsp, "Index"), index);
+        const auto rec = Sent<AlarmPlan>(kAlarmSet);
+        ASSERT_NE(rec, nullptr);
+        EXPECT_EQ(std::to_string(rec->ucOptType) + " " + std::to_string(rec->usIndex) + " " +
+                      std::to_string(rec->usDateNum) + " " + std::to_string(rec->usUserNum),
+                  sent);
+    }
+}
+
+// Every plan claims more dates and users than fit; the names fill their
+// fields without a terminator.
+std::unique_ptr<AlarmList> MakeAlarmList(uint16_t count) {
+    auto list = std::make_unique<AlarmList>();
+    list->usCount = count;
+    for (uint16_t i = 0; i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS; ++i) {
+        oqDevSDK_DoorLock_AlarmPlanInfo_S &plan = list->astPlan[i];
+        plan.usIndex = i;
+        plan.ucEnable = 1;
+        plan.ucWeekday = 0x41;
+        plan.usDateNum = 9;
+        plan.usUserNum = 700;
+        std::fill(std::begin(plan.astDate), std::end(plan.astDate),
+                  oqDevSDK_DoorLock_AlarmPeriod_S{7, 5, 18, 0});
+        for (auto &u : plan.astUser) {
+            u.usIndex = 41;
+            std::memset(u.szName, 'x', sizeof u.szName);
+        }
+    }
+    return list;
+}
+
+size_t Count(const std::string &text, const std::string &what) {
+    size_t n = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
+        ++n;
+    }
+    return n;
+}
+
+TEST_F(PlansTest, AlarmPlanListHoldsAtMostEightPlansWithinTheirArrays) {
+    const std::string user = "<User Index=\"42\" Name=\"" + std::string(64, 'x') + "\"/>";
+    for (auto [count, plans] : {std::pair<uint16_t, size_t>{0, 0}, {1, 1}, {10, 8}}) {
+        Device().SetRuntime(kAlarmList, *MakeAlarmList(count));
+        const std::string rsp = RunHandler(&norla::ReqHnd_QueryNotBackAlarmPlans, "");
+        EXPECT_EQ(ResultOf(rsp), 0);
+        for (size_t i = 1; i <= 8; ++i) {
+            const std::string plan =
+                "<Plan Index=\"" + std::to_string(i) + "\" Enable=\"1\" Weekday=\"6,7\"><DateList>";
+            EXPECT_EQ(Count(rsp, plan), i <= plans ? 1u : 0u) << plan;
+        }
+        EXPECT_EQ(Count(rsp, "<Plan "), plans);
+        EXPECT_EQ(Count(rsp, "<Date Begin=\"07:05\" End=\"18:00\"/>"), 4 * plans);
+        EXPECT_EQ(Count(rsp, "</DateList><UserList>" + user), plans);
+        EXPECT_EQ(Count(rsp, user), 500 * plans);
+    }
+}
+
+// Memory that runs out half way through the plans is answered with 4, never
+// with a list cut short.
+TEST_F(PlansTest, AlarmPlanListCutShortByMemoryAnswersFour) {
+    Device().SetRuntime(kAlarmList, *MakeAlarmList(OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS));
+    // The documents the harness prepares are not the handler's to fail.
+    dltest::ArmAllocationFault(kScannedAllocations * 2, false);
+    RunHandler([](CMarkupSTL &, CMarkupSTL &) noexcept { return 0; }, "");
+    const long harness = dltest::ArmedAllocations();
+    dltest::DisarmAllocationFault();
+    int cuts = 0;
+    for (long n = harness + 1; n <= harness + kScannedAllocations && cuts == 0; ++n) {
+        oqsim::clear_logs();
+        dltest::ArmAllocationFault(n, false);
+        const std::string rsp = RunHandler(&norla::ReqHnd_QueryNotBackAlarmPlans, "");
+        dltest::DisarmAllocationFault();
+        if (HasLog(1, "Failed to fill NotBackAlarmPlans info.")) {
+            ++cuts;
+            EXPECT_EQ(ResultOf(rsp), 4) << "allocation " << n;
+        }
+    }
+    EXPECT_EQ(cuts, 1);
+}
+
+TEST_F(PlansTest, UserVerificationResultsAndTimeOuts) {
+    const std::string longId(40, 'i');
+    // body, verification result the lock writes, result, user id and time-out
+    // of the record
+    const std::tuple<std::string, uint32_t, int, std::string, uint32_t> cases[] = {
+        {"<UserID>u7</UserID><Timeout>30</Timeout>", 0, 0, "u7", 30},
+        {"<UserID>u7</UserID><Timeout>0</Timeout>", 0, 0, "u7", 120},
+        {"<UserID>u7</UserID><Timeout>soon</Timeout>", 0, 0, "u7", 120},
+        {"<UserID>" + longId + "</UserID><Timeout>5</Timeout>", 1, 0x180003, longId.substr(0, 31),
+         5},
+        {"<UserID>u</UserID><Timeout>5</Timeout>", 9, 0x180004, "u", 5},
+    };
+    for (const auto &[body, verified, result, userId, timeout] : cases) {
+        SCOPED_TRACE(body);
+        Device().on_recv = [v = verified](oqDevSDK_DoorLock_Msg_S *msg) {
+            static_cast<Verify *>(msg->pData)->uiVerifyResult = v;
+            return 0;
+        };
+        int ret = 0;
+        EXPECT_EQ(ResultOf(RunHandler(&norla::ReqHnd_TriggerUserVerify, body, &ret)), result);
+        EXPECT_EQ(ret, result);
+        const auto rec = Sent<Verify>(OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY);
+        ASSERT_NE(rec, nullptr);
+        EXPECT_EQ(rec->szUserId, userId);
+        EXPECT_EQ(rec->uiTimeout, timeout);
+        EXPECT_EQ(rec->uiVerifyResult, 0u);
+    }
+}
+
+TEST_F(PlansTest, DevicePlanSetMergesIntoTheLocksPlan) {
+    const FacePlan lock = LockPlan();
+    const std::string slot = "<Plan B=\"08:00\" E=\"09:30\"/></Date>";
+    // body, iEnable sent, day whose slot `slot` becomes 08:00-09:30 while the
+    // other days are emptied (-1: the lock's table is kept, -2: it is emptied)
+    const std::tuple<std::string, int32_t, int, int> cases[] = {
+        {Actor(), 1, -1, 0},
+        {"<Enable>0</Enable>" + Actor(), 0, -1, 0},
+        {"<Enable>5</Enable>" + Actor(), 1, -1, 0},
+        {"<Enable>1</Enable>" + Actor() + "<Date Weekday=\"2\"><Plan B=\"01:00\" E=\"02:00\"/>" +
+             slot,
+         1, 2, 1},
+        // Weekday 7 and a letter are skipped but still count as a schedule.
+        {Actor() + "<Date Weekday=\"7\">" + slot + "<Date Weekday=\"x\">" + slot, 1, -2, 0},
+    };
+    for (const auto &[body, enable, day, slotIndex] : cases) {
+        SCOPED_TRACE(body);
+        Device().SetRuntime(kFaceFrom, lock);
+        const size_t ops = oqsim::status_ops().size();
+        int ret = -5;
+        EXPECT_EQ(ResultOf(RunHandler(&norla::ReqHnd_SetDevPlan, body, &ret)), 0);
+        EXPECT_EQ(ret, 0);
+        EXPECT_EQ(oqsim::status_ops().size(), ops + 1);
+        EXPECT_EQ(oqsim::status_ops().back(), "force 121");
+        FacePlan want = lock;
+        want.uiChannel = 2;
+        want.iEnable = enable;
+        if (day != -1) {
+            std::memset(want.astDay, 0, sizeof want.astDay);
+        }
+        if (day >= 0) {
+            want.astDay[day][0] = lock.astDay[0][0];
+            want.astDay[day][slotIndex] = {8 * 60, 9 * 60 + 30};
+        }
+        const auto got = Sent<FacePlan>(kFaceTo);
+        ASSERT_NE(got, nullptr);
+        EXPECT_EQ(std::memcmp(got.get(), &want, sizeof want), 0);
+    }
+}
+
+}  // namespace
