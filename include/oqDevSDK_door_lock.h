@@ -9,7 +9,7 @@
  * fields; the size of each is part of the contract and is checked at compile
  * time below.
  *
- * This header compiles as C (C99 or later) and as C++.
+ * This header compiles as C (C11 or later) and as C++.
  */
 #ifndef OQDEVSDK_DOOR_LOCK_H
 #define OQDEVSDK_DOOR_LOCK_H
