@@ -1,46 +1,18 @@
 #include "support/fake_device.h"
 
-#include <gtest/gtest.h>
+#include <algorithm>
 
 namespace dltest {
 
-FakeDevice &FakeDevice::Get() {
-    static FakeDevice device;
-    return device;
-}
-
-void FakeDevice::Reset() {
-    received.clear();
-    get_calls.clear();
-    runtime.clear();
-    recv_result.clear();
-    get_result.clear();
-    on_recv = nullptr;
-    on_get = nullptr;
-}
-
-oqDevSDK_DoorLock_Callback_S FakeDevice::Callbacks() const {
-    oqDevSDK_DoorLock_Callback_S cb{};
-    cb.Recv_Msg = &FakeDevice::RecvMsg;
-    cb.Get_Runtime_Info = &FakeDevice::GetRuntimeInfo;
-    return cb;
-}
-
 int FakeDevice::CountReceived(int type) const {
-    int n = 0;
-    for (const auto &r : received) {
-        n += r.type == type ? 1 : 0;
-    }
-    return n;
+    return static_cast<int>(std::count_if(received.begin(), received.end(),
+                                          [type](const Received &r) { return r.type == type; }));
 }
 
 const Received *FakeDevice::Find(int type) const {
-    for (auto it = received.rbegin(); it != received.rend(); ++it) {
-        if (it->type == type) {
-            return &*it;
-        }
-    }
-    return nullptr;
+    auto it = std::find_if(received.rbegin(), received.rend(),
+                           [type](const Received &r) { return r.type == type; });
+    return it == received.rend() ? nullptr : &*it;
 }
 
 int FakeDevice::RecvMsg(oqDevSDK_DoorLock_Msg_S *msg) {
@@ -66,8 +38,7 @@ int FakeDevice::GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
     }
     auto it = dev.runtime.find(msg->iType);
     if (it != dev.runtime.end()) {
-        size_t n = it->second.size() < msg->uiLen ? it->second.size() : msg->uiLen;
-        std::memcpy(msg->pData, it->second.data(), n);
+        std::memcpy(msg->pData, it->second.data(), std::min<size_t>(it->second.size(), msg->uiLen));
     }
     return 0;
 }

@@ -3,6 +3,7 @@
 #ifndef TESTS_SUPPORT_FAKE_DEVICE_H
 #define TESTS_SUPPORT_FAKE_DEVICE_H
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -20,15 +21,16 @@ struct Received {
 };
 
 class FakeDevice {
-public:
-    static FakeDevice &Get();
-    void Reset();
-    oqDevSDK_DoorLock_Callback_S Callbacks() const;
+  public:
+    static FakeDevice &Get() {
+        static FakeDevice device;
+        return device;
+    }
+    void Reset() { *this = FakeDevice(); }
+    oqDevSDK_DoorLock_Callback_S Callbacks() const { return {&RecvMsg, &GetRuntimeInfo}; }
 
-    // Records handed to Recv_Msg, in order.
-    std::vector<Received> received;
-    // Number of Get_Runtime_Info calls per type code.
-    std::map<int, int> get_calls;
+    std::vector<Received> received;  // records handed to Recv_Msg, in order
+    std::map<int, int> get_calls;    // Get_Runtime_Info calls per type code
     // Runtime record per type code, copied into the module's buffer (at most
     // the buffer's length) by Get_Runtime_Info.
     std::map<int, std::vector<uint8_t>> runtime;
@@ -44,22 +46,19 @@ public:
         auto *p = reinterpret_cast<const uint8_t *>(&rec);
         runtime[type].assign(p, p + sizeof(T));
     }
-    // The last record of that type handed to Recv_Msg; fails the test when none.
+    // The last record of that type handed to Recv_Msg (as far as it goes); zeros when none.
     template <typename T>
     T LastReceived(int type) const {
-        T rec;
-        std::memset(&rec, 0, sizeof rec);
-        const Received *found = Find(type);
-        if (found != nullptr) {
-            std::memcpy(&rec, found->bytes.data(),
-                        found->bytes.size() < sizeof rec ? found->bytes.size() : sizeof rec);
+        T rec{};
+        if (const Received *found = Find(type)) {
+            std::memcpy(&rec, found->bytes.data(), std::min(found->bytes.size(), sizeof rec));
         }
         return rec;
     }
     int CountReceived(int type) const;
     const Received *Find(int type) const;
 
-private:
+  private:
     static int RecvMsg(oqDevSDK_DoorLock_Msg_S *msg);
     static int GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg);
 };

@@ -17,20 +17,15 @@
 namespace dltest {
 namespace {
 
-std::atomic<long> g_live{0};
-std::atomic<long> g_count{0};
-std::atomic<size_t> g_failSize{0};
-std::atomic<int> g_failSkip{0};
-std::atomic<int> g_failCount{0};
-
 constexpr int kSourceCount = 3;
 std::atomic<long> g_liveOf[kSourceCount];
 
-std::atomic<bool> g_armed{false};
-std::atomic<bool> g_sticky{false};
-std::atomic<long> g_failAt{0};
-std::atomic<long> g_armedCount{0};
-std::atomic<long> g_injected{0};
+// Faults of FailAllocations (module allocations only, by size) and of
+// ArmAllocationFault (every source, by position).
+std::atomic<size_t> g_failSize{0};
+std::atomic<int> g_failSkip{0}, g_failCount{0};
+std::atomic<bool> g_armed{false}, g_sticky{false};
+std::atomic<long> g_failAt{0}, g_armedCount{0}, g_injected{0};
 
 // Deep enough to tell the module's call paths apart above the allocator.
 constexpr int kStackDepth = 12;
@@ -49,12 +44,9 @@ void RecordFailureStack() {
 }
 
 bool ArmedFaultHits() {
-    if (!g_armed.load()) {
-        return false;
-    }
-    const long n = g_armedCount.fetch_add(1) + 1;
+    const long n = g_armed.load() ? g_armedCount.fetch_add(1) + 1 : 0;
     const long at = g_failAt.load();
-    if (n != at && !(g_sticky.load() && n > at)) {
+    if (n == 0 || (n != at && !(g_sticky.load() && n > at))) {
         return false;
     }
     g_injected.fetch_add(1);
@@ -62,58 +54,9 @@ bool ArmedFaultHits() {
     return true;
 }
 
-std::atomic<long> &LiveOf(AllocSource source) {
-    return g_liveOf[static_cast<int>(source)];
-}
-
-void *SourceAlloc(AllocSource source, size_t size) {
-    if (ArmedFaultHits()) {
-        return nullptr;
-    }
-    void *p = std::malloc(size);
-    if (p != nullptr) {
-        LiveOf(source).fetch_add(1);
-    }
-    return p;
-}
-
-void SourceFree(AllocSource source, void *p) {
-    if (p != nullptr) {
-        LiveOf(source).fetch_sub(1);
-    }
-    std::free(p);
-}
-
-void *JsonAlloc(size_t size) {
-    return SourceAlloc(AllocSource::kJson, size);
-}
-void JsonFree(void *p) {
-    SourceFree(AllocSource::kJson, p);
-}
-void *XmlAlloc(size_t size) {
-    return SourceAlloc(AllocSource::kXml, size);
-}
-void XmlFree(void *p) {
-    SourceFree(AllocSource::kXml, p);
-}
-
-void InstallLibraryHooks() {
-    cJSON_Hooks hooks{&JsonAlloc, &JsonFree};
-    cJSON_InitHooks(&hooks);
-    oqsim::xml_set_alloc_hooks(&XmlAlloc, &XmlFree);
-}
-
-void RemoveLibraryHooks() {
-    cJSON_InitHooks(nullptr);
-    oqsim::xml_set_alloc_hooks(nullptr, nullptr);
-}
-
-bool ShouldFail(size_t size) {
-    if (g_failCount.load() == 0) {
-        return false;
-    }
-    size_t want = g_failSize.load();
-    if (want != 0 && want != size) {
+bool SizedFaultHits(size_t size) {
+    const size_t want = g_failSize.load();
+    if (g_failCount.load() == 0 || (want != 0 && want != size)) {
         return false;
     }
     if (g_failSkip.load() > 0) {
@@ -126,34 +69,46 @@ bool ShouldFail(size_t size) {
     return true;
 }
 
-void *CountingAlloc(size_t size) {
-    g_count.fetch_add(1);
-    if (ArmedFaultHits() || ShouldFail(size)) {
-        return nullptr;
-    }
-    void *p = std::malloc(size);
-    if (p != nullptr) {
-        g_live.fetch_add(1);
-        LiveOf(AllocSource::kModule).fetch_add(1);
-    }
-    return p;
+std::atomic<long> &LiveOf(AllocSource source) {
+    return g_liveOf[static_cast<int>(source)];
 }
 
-void CountingFree(void *p) {
-    if (p != nullptr) {
-        g_live.fetch_sub(1);
-        LiveOf(AllocSource::kModule).fetch_sub(1);
+// The allocation functions handed to the module, cJSON and the XML class.
+template <AllocSource kSource>
+struct Counted {
+    static void *Alloc(size_t size) {
+        if (ArmedFaultHits() || (kSource == AllocSource::kModule && SizedFaultHits(size))) {
+            return nullptr;
+        }
+        void *p = std::malloc(size);
+        LiveOf(kSource).fetch_add(p != nullptr ? 1 : 0);
+        return p;
     }
-    std::free(p);
+    static void Free(void *p) {
+        LiveOf(kSource).fetch_sub(p != nullptr ? 1 : 0);
+        std::free(p);
+    }
+};
+
+void InstallHooks(bool install) {
+    using Module = Counted<AllocSource::kModule>;
+    using Json = Counted<AllocSource::kJson>;
+    using Xml = Counted<AllocSource::kXml>;
+    cJSON_Hooks hooks{&Json::Alloc, &Json::Free};
+    norla::DoorLock_SetAllocHooks(install
+                                      ? norla::DoorLock_AllocHooks_S{&Module::Alloc, &Module::Free}
+                                      : norla::DoorLock_AllocHooks_S{nullptr, nullptr});
+    cJSON_InitHooks(install ? &hooks : nullptr);
+    oqsim::xml_set_alloc_hooks(install ? &Xml::Alloc : nullptr, install ? &Xml::Free : nullptr);
 }
 
 }  // namespace
 
 long LiveAllocations() {
-    return g_live.load();
+    return LiveOf(AllocSource::kModule).load();
 }
-long AllocationCount() {
-    return g_count.load();
+long LiveAllocationsOf(AllocSource source) {
+    return LiveOf(source).load();
 }
 
 void FailAllocations(size_t size, int count, int skip) {
@@ -161,13 +116,8 @@ void FailAllocations(size_t size, int count, int skip) {
     g_failSkip = skip;
     g_failCount = count;
 }
-
 void ClearAllocationFaults() {
     g_failCount = 0;
-}
-
-long LiveAllocationsOf(AllocSource source) {
-    return LiveOf(source).load();
 }
 
 void ArmAllocationFault(long n, bool sticky) {
@@ -177,7 +127,6 @@ void ArmAllocationFault(long n, bool sticky) {
     g_injected = 0;
     g_armed = true;
 }
-
 void DisarmAllocationFault() {
     g_armed = false;
 }
@@ -192,33 +141,33 @@ long DistinctFailureStacks() {
     std::lock_guard<std::mutex> lock(g_stackMutex);
     return static_cast<long>(g_failureStacks.size());
 }
-
 void ClearFailureStacks() {
     std::lock_guard<std::mutex> lock(g_stackMutex);
     g_failureStacks.clear();
 }
 
-void ModuleTest::SetUp() {
-    norla::DoorLock_Module_Fini();
-    oqsim::reset();
-    FakeDevice::Get().Reset();
+namespace {
+// Tears the module down with no fault armed.
+void FiniModule() {
     ClearAllocationFaults();
     DisarmAllocationFault();
-    g_live = 0;
-    g_count = 0;
+    norla::DoorLock_Module_Fini();
+}
+}  // namespace
+
+void ModuleTest::SetUp() {
+    FiniModule();
+    oqsim::reset();
+    FakeDevice::Get().Reset();
     for (auto &live : g_liveOf) {
         live = 0;
     }
-    norla::DoorLock_SetAllocHooks({&CountingAlloc, &CountingFree});
-    InstallLibraryHooks();
+    InstallHooks(true);
 }
 
 void ModuleTest::TearDown() {
-    ClearAllocationFaults();
-    DisarmAllocationFault();
-    norla::DoorLock_Module_Fini();
-    norla::DoorLock_SetAllocHooks({nullptr, nullptr});
-    RemoveLibraryHooks();
+    FiniModule();
+    InstallHooks(false);
     EXPECT_EQ(LiveAllocations(), 0) << "the module leaked heap blocks";
     EXPECT_EQ(LiveAllocationsOf(AllocSource::kJson), 0) << "cJSON items were not deleted";
     EXPECT_EQ(LiveAllocationsOf(AllocSource::kXml), 0) << "XML documents were not released";
@@ -233,12 +182,9 @@ void ModuleTest::InitModule() {
 }
 
 std::string ModuleTest::Request(int cmd, uint32_t seq, const std::string &body) {
-    size_t before = oqsim::sent().size();
+    const size_t before = oqsim::sent().size();
     oqsim::deliver(cmd, seq, body);
-    if (oqsim::sent().size() == before) {
-        return "";
-    }
-    return oqsim::sent().back().body;
+    return oqsim::sent().size() == before ? "" : oqsim::sent().back().body;
 }
 
 const oqsim::Sent &ModuleTest::LastSent() {

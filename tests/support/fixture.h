@@ -15,15 +15,12 @@
 
 namespace dltest {
 
-// Module allocations still held.
-long LiveAllocations();
+long LiveAllocations();  // module allocations still held
 // Makes the module's allocations fail: those of exactly `size` bytes (any size
 // when 0), starting with the `skip`+1-th matching one, `count` times (every
 // time when negative).
 void FailAllocations(size_t size, int count = 1, int skip = 0);
 void ClearAllocationFaults();
-// Number of module allocations since the fixture started.
-long AllocationCount();
 
 // Every allocation made on the module's behalf is counted by where it comes
 // from: the module's own heap, cJSON and the XML class. The fixture checks
@@ -57,8 +54,7 @@ class ModuleTest : public ::testing::Test {
     std::string Request(int cmd, uint32_t seq, const std::string &body);
     // The last message sent to the kernel; fails the test when none.
     const oqsim::Sent &LastSent();
-    // Result text of a response body, -1000 when it has none.
-    static int ResultOf(const std::string &body);
+    static int ResultOf(const std::string &body);  // its Result, -1000 when none
     bool HasLog(int level, const std::string &textWithoutNewline);
 };
 
