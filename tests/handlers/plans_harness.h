@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <memory>
 #include <string>
 
@@ -46,20 +45,6 @@ inline std::unique_ptr<CMarkupSTL> Inside(const std::string &doc) {
 inline std::string ElemText(const std::string &doc, const char *name) {
     auto xml = Inside(doc);
     return xml->FindElem(name, true) ? xml->x_GetData() : "<missing>";
-}
-
-// Attributes of the level's first `elem` (of the main element when null), each
-// after a space.
-inline std::string Attribs(CMarkupSTL &xml, const char *elem,
-                           std::initializer_list<const char *> names) {
-    std::string out;
-    if (elem != nullptr && !xml.FindElem(elem, true)) {
-        return " <no " + std::string(elem) + ">";
-    }
-    for (const char *name : names) {
-        out += " " + xml.x_GetAttrib(name);
-    }
-    return out;
 }
 
 class HandlerTest : public dltest::ModuleTest {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -10,7 +11,6 @@
 
 namespace {
 
-using plantest::Attribs;
 using plantest::ElemText;
 using plantest::RunHandler;
 using SnapPwd = oqDevSDK_DoorLock_SetSnapPwd_S;
@@ -60,19 +60,6 @@ std::string Actor(int planType = 19) {
     return "<Actor Channel=\"2\" PlanType=\"" + std::to_string(planType) + "\">D</Actor>";
 }
 
-// The lock's device plan before a set: on, channel 3, 01:00-02:00 every day.
-FacePlan LockPlan() {
-    FacePlan plan;
-    std::memset(&plan, 0, sizeof plan);
-    plan.uiHeadWord = 0xA5A5A5A5u;
-    plan.uiChannel = 3;
-    plan.iEnable = 1;
-    for (auto &day : plan.astDay) {
-        day[0] = {60, 120};
-    }
-    return plan;
-}
-
 using PlansTest = plantest::HandlerTest;
 
 // The response carries the index and password the lock wrote into the record;
@@ -110,8 +97,6 @@ TEST_F(PlansTest, SnapPasswordCreateAndDeleteSendTheRecordByteForByte) {
 }
 
 TEST_F(PlansTest, BadRequestsNeverReachTheLock) {
-    const std::string snapNoEnd =
-        "<OptType Type=\"0\"/><Info><User Name=\"a\"/><Expire Begin=\"1\"/></Info>";
     const std::string alarmNoEnd =
         "<DateList><Date Begin=\"01:00\" End=\"02:00\"/><Date Begin=\"03:00\"/></DateList>";
     const char *const snap = "Failed to ParseSetSnapPassword.";
@@ -121,21 +106,14 @@ TEST_F(PlansTest, BadRequestsNeverReachTheLock) {
         cases[] = {
             {&norla::ReqHnd_SetSnapPwd, "<OptType Type=\"1\" Index=\"5\"/>", 3,
              "Invalid operation type:1", snap},
-            {&norla::ReqHnd_SetSnapPwd, "<Info/>", 3, "Failed to find elem:OptType", snap},
-            {&norla::ReqHnd_SetSnapPwd, snapNoEnd, 3, "Failed to find attrib:End", snap},
             {&norla::ReqHnd_SetNotBackAlarmPlan, AlarmBody("Type=\"0\"", alarmNoEnd), 3,
              "[Index 1]Failed to find attrib:End.", alarm},
-            {&norla::ReqHnd_SetNotBackAlarmPlan, AlarmBody("Type=\"1\""), 3,
-             "Failed to find attrib:Index", alarm},
             {&norla::ReqHnd_TriggerUserVerify, "<Timeout>5</Timeout>", 3,
              "Failed to find elem:UserID.", ""},
             {&norla::ReqHnd_TriggerUserVerify, "<Timeout>5</Timeout><UserID>u</UserID>", 3,
              "Failed to find elem:Timeout.", ""},
             {&norla::ReqHnd_SetDevPlan, Actor(18), 131, "unspport plan type ", "ReqHnd_SetDevPlan"},
-            {&norla::ReqHnd_SetDevPlan, "<Enable>1</Enable><Date Weekday=\"1\"/>", 131,
-             "without actor element.", "ReqHnd_SetDevPlan"},
         };
-    Device().SetRuntime(kFaceFrom, LockPlan());
     for (const auto &[handler, body, result, log, log2] : cases) {
         SCOPED_TRACE(body);
         oqsim::clear_logs();
@@ -149,52 +127,31 @@ TEST_F(PlansTest, BadRequestsNeverReachTheLock) {
 TEST_F(PlansTest, SnapPasswordListHoldsAtMostThreeEntries) {
     oqDevSDK_DoorLock_SnapPwdList_S list;
     std::memset(&list, 0, sizeof list);
+    std::string infos[OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS];
     for (uint16_t i = 0; i < OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS; ++i) {
-        list.astEntry[i] = {
-            static_cast<uint16_t>(i + 4), {}, {static_cast<char>('a' + i)}, 1615104300, 1640995199,
-            i == 0 ? -1 : 10 + i,         3};
+        const int32_t limit = i == 0 ? -1 : 10 + i;
+        list.astEntry[i] = {static_cast<uint16_t>(i + 4), {}, {}, 1615104300, 1640995199, limit, 3};
+        // The last name fills its field without a terminator.
+        std::memset(list.astEntry[i].szName, 'a' + i, i == 2 ? 64 : 1);
+        infos[i] = "<Info Index=\"" + std::to_string(i + 5) + "\"><User Name=\"" +
+                   std::string(i == 2 ? 64 : 1, static_cast<char>('a' + i)) +
+                   "\"/><Expire Begin=\"2021-03-07 08:05:00\" End=\"2021-12-31 23:59:59\"/>"
+                   "<Limit Num=\"" +
+                   std::to_string(limit) + "\" AvailableCount=\"" + (i == 0 ? "-1" : "3") +
+                   "\"/></Info>";
     }
-    // The last name fills its field without a terminator.
-    std::memset(list.astEntry[2].szName, 'c', sizeof list.astEntry[2].szName);
-    const std::string span = " 2021-03-07 08:05:00 2021-12-31 23:59:59 ";
-    const std::string want[] = {"5 a" + span + "-1 -1", "6 b" + span + "11 3",
-                                "7 " + std::string(64, 'c') + span + "12 3"};
-    for (auto [count, infos] : {std::pair<uint16_t, size_t>{0, 0}, {3, 3}, {5, 3}}) {
+    for (auto [count, shown] : {std::pair<uint16_t, int>{0, 0}, {3, 3}, {5, 3}}) {
         list.usCount = count;
         Device().SetRuntime(OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS, list);
         const std::string rsp = RunHandler(&norla::ReqHnd_QuerySnapPwdInfo, "");
         EXPECT_EQ(ResultOf(rsp), 0);
-        auto xml = plantest::Inside(rsp);
-        std::vector<std::string> got;
-        while (xml->FindElem("Info")) {
-            got.push_back(xml->x_GetAttrib("Index"));
-            xml->IntoElem();
-            got.back() += Attribs(*xml, "User", {"Name"}) +
-                          Attribs(*xml, "Expire", {"Begin", "End"}) +
-                          Attribs(*xml, "Limit", {"Num", "AvailableCount"});
-            xml->OutOfElem();
-        }
-        EXPECT_EQ(got, std::vector<std::string>(want, want + infos)) << count;
+        const size_t from = std::min(rsp.find("<Info "), rsp.find("</Response>"));
+        EXPECT_EQ(rsp.substr(from, rsp.find("</Response>") - from),
+                  std::accumulate(infos, infos + shown, std::string()));
     }
 }
 
-TEST_F(PlansTest, AlarmPlanSetSendsTheWholeRecord) {
-    RunHandler(&norla::ReqHnd_SetNotBackAlarmPlan,
-               AlarmBody("Type=\"0\"", Items("DateList", 2) + Items("UserList", 2)));
-    auto want = std::make_unique<AlarmPlan>();
-    want->ucEnable = 1;
-    want->ucWeekday = 0x03;
-    want->usDateNum = 2;
-    want->astDate[0] = {0, 10, 20, 30};
-    want->astDate[1] = {1, 11, 21, 31};
-    want->usUserNum = 2;
-    std::strcpy(want->astUser[0].szName, "u0");
-    want->astUser[1].usIndex = 1;
-    std::strcpy(want->astUser[1].szName, "u1");
-    const auto got = Sent<AlarmPlan>(kAlarmSet);
-    ASSERT_NE(got, nullptr);
-    EXPECT_EQ(std::memcmp(got.get(), want.get(), sizeof(AlarmPlan)), 0);
-
+TEST_F(PlansTest, AlarmPlanSetCountsAndIndexes) {
     // body, "type index dates users" of the record, Index text
     const std::tuple<std::string, const char *, const char *> cases[] = {
         {AlarmBody("Type=\"0\"", Items("DateList", 6)), "0 0 4 0", "1"},
@@ -316,14 +273,21 @@ TEST_F(PlansTest, UserVerificationResultsAndTimeOuts) {
 }
 
 TEST_F(PlansTest, DevicePlanSetMergesIntoTheLocksPlan) {
-    const FacePlan lock = LockPlan();
+    // The lock's plan before a set: on, channel 3, 01:00-02:00 every day.
+    FacePlan lock;
+    std::memset(&lock, 0, sizeof lock);
+    lock.uiHeadWord = 0xA5A5A5A5u;
+    lock.uiChannel = 3;
+    lock.iEnable = 1;
+    for (auto &day : lock.astDay) {
+        day[0] = {60, 120};
+    }
     const std::string slot = "<Plan B=\"08:00\" E=\"09:30\"/></Date>";
     // body, iEnable sent, day whose slot `slot` becomes 08:00-09:30 while the
     // other days are emptied (-1: the lock's table is kept, -2: it is emptied)
     const std::tuple<std::string, int32_t, int, int> cases[] = {
         {Actor(), 1, -1, 0},
         {"<Enable>0</Enable>" + Actor(), 0, -1, 0},
-        {"<Enable>5</Enable>" + Actor(), 1, -1, 0},
         {"<Enable>1</Enable>" + Actor() + "<Date Weekday=\"2\"><Plan B=\"01:00\" E=\"02:00\"/>" +
              slot,
          1, 2, 1},

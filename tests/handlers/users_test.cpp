@@ -75,34 +75,17 @@ class UsersTest : public dltest::ModuleTest {
 
 TEST_F(UsersTest, AddAndDeleteFillTheSetRecordFieldByField) {
     EXPECT_EQ(Send(kCmdSetUser, SetReq{}.Xml()).users.size(), 1u);
-    Cfg want;
-    std::memset(&want, 0, sizeof want);
-    want.ucOptType = 1;
-    want.usOptIndex = 2;
-    oqDevSDK_DoorLock_User_S &u = want.stUser;
-    u.usIndex = 2;
-    u.ucType = 2;
-    u.ucExpireEnable = 1;
-    std::strcpy(u.szName, "alice");
-    std::strcpy(u.szRemarkName, "al");
-    u.uiBeginTime = 1615104300;
-    u.uiEndTime = 1640995200;
-    u.usDateNum = 1;
-    u.astDate[0] = {8, 30, 18, 5, 0x07, {}, 5, 3};
-    u.usPwdNum = 1;
-    u.usCardNum = 2;
-    u.usFingerNum = 3;
-    u.usFaceNum = 4;
-    want.iContentsAction = OQDEVSDK_DOORLOCK_USER_NO_CONTENTS;
+    oqDevSDK_DoorLock_User_S user = {2, 2,  1,  "alice", "al", 1615104300, 1640995200,
+                                     1, {}, {}, 1,       2,    3,          4};
+    user.astDate[0] = {8, 30, 18, 5, 0x07, {}, 5, 3};
+    const Cfg want = {1, 0, 2, user, OQDEVSDK_DOORLOCK_USER_NO_CONTENTS, 0, 0, 0, {}};
     Cfg got = Sent();
     EXPECT_EQ(std::memcmp(&got, &want, sizeof want), 0);
 
     Send(kCmdSetUser, R"(<Request><OptType Type="2" Index="5"/></Request>)");
-    std::memset(&want, 0, sizeof want);
-    want.ucOptType = 2;
-    want.usOptIndex = 4;
+    const Cfg del = {2, 0, 4, {}, 0, 0, 0, 0, {}};
     got = Sent();
-    EXPECT_EQ(std::memcmp(&got, &want, sizeof want), 0) << "a delete carries only the index";
+    EXPECT_EQ(std::memcmp(&got, &del, sizeof del), 0) << "a delete carries only the index";
 }
 
 // Type 256 is operation 0, which carries no index: only user 1 fits it.
