@@ -134,9 +134,9 @@ TEST_F(PlayerTest, PlayStopsAtTheFirstBadLineWithItsNumber) {
     EXPECT_EQ(g_seen, (Texts{"Init", "call Init 0"}));
 }
 
-TEST_F(PlayerTest, LockCommandsCarryTheScenarioClockAndFaultsReachTheEmulator) {
+TEST_F(PlayerTest, LockCommandsCarryTheScenarioClockAndFaultsAndPokesReachTheirTargets) {
     for (const char *line : {"advance 60", "unlock alice remote", "clock 1000", "unlock bob 9",
-                             "kernel send-fail 0x99 2", "kernel send-ok"}) {
+                             "kernel send-fail 0x99 2", "kernel send-ok", "device poke 0 88 05"}) {
         ASSERT_TRUE(Run(line)) << line;
     }
     oqDevSDK_DoorLock_UnlockEvtRecList_S events{};
@@ -147,6 +147,10 @@ TEST_F(PlayerTest, LockCommandsCarryTheScenarioClockAndFaultsReachTheEmulator) {
     EXPECT_EQ(events.stRecord[0].ucUnlockType, static_cast<uint8_t>(dlsim::UnlockHow::Remote));
     EXPECT_EQ(events.stRecord[1].lUnlockTime, 1000);
     EXPECT_EQ(events.stRecord[1].ucUnlockType, 9);
+    oqDevSDK_DoorLock_SwitchCfg_S sw{7, 0, 0};  // switches poke as one array, 12 bytes each
+    msg = {OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH, &sw, sizeof sw};
+    ASSERT_EQ(dlsim::Lock::Callbacks().Get_Runtime_Info(&msg), 0);
+    EXPECT_EQ(sw.iEnable, 5);
     oqdev_kernel_send_s rec{};
     rec.pBody = "<x/>";
     EXPECT_EQ(oqdev_sdk_kernel_send(&rec), 0) << "send-ok cleared the fault";
