@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "frame/domain_ids.h"
+#include "frame/text_field.h"
 #include "handlers/handlers.h"
 #include "messaging/round_trip.h"
 #include "oqdev_log.h"
@@ -74,20 +75,13 @@ constexpr DoorLock_Redirect_S kRedirects[] = {
     {kCmdSetDevPlan, "19", "DoorLock register dev plan error"},
 };
 
-// Copies text into a fixed field, cut to the field's width minus one.
-template <std::size_t N>
-void CopyField(char (&field)[N], const char *text) noexcept {
-    std::strncpy(field, text, N - 1);
-    field[N - 1] = '\0';
-}
-
 void RegisterRedirects() noexcept {
     oqdev_redirect_reg_s reg;
     std::memset(&reg, 0, sizeof reg);
     reg.iDomainId = kDoorLockDomainId;
     for (const DoorLock_Redirect_S &row : kRedirects) {
         reg.iCmdId = row.iCmdId;
-        CopyField(reg.szType, row.pszType);
+        CopyText(reg.szType, row.pszType);
         if (oqDevSDK_Common_Module_RedirectReg(&reg) != 0) {
             oqdev_debug(kLogError, "%s\n", row.pszFailMsg);
         }
@@ -121,8 +115,8 @@ int DoorLock_extern_init() noexcept {
     ext.pfnStop = &DoorLock_extend_stop_cb;
     ext.pfnDataRoute = &DoorLock_extend_data_route_cb;
     ext.pfnEvent = &DoorLock_extend_event_cb;
-    CopyField(ext.szDomainName, kDoorLockDomainName);
-    CopyField(ext.szDomainVersion, kDoorLockVersion);
+    CopyText(ext.szDomainName, kDoorLockDomainName);
+    CopyText(ext.szDomainVersion, kDoorLockVersion);
 
     int ret = oqdev_sdk_kernel_extend_load(&ext);
     if (ret != 0) {

@@ -1,12 +1,13 @@
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "frame/bus_dev.h"
 #include "frame/memory.h"
+#include "frame/record_fetch.h"
+#include "frame/text_field.h"
 #include "handlers/codecs.h"
 #include "handlers/handlers.h"
+#include "handlers/xml_fields.h"
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
@@ -14,41 +15,31 @@
 namespace norla {
 namespace {
 
-constexpr int kResultOk = 0;
-constexpr int kResultBadRequest = 3;
 constexpr int kResultFailed = 4;
-constexpr std::size_t kIndexTextLen = 32;
 constexpr unsigned int kWeekdayTextLen = 32;
 constexpr std::size_t kClockTextLen = 16;
-constexpr int kDecimal = 10;
 
-long ToLong(const std::string &text) noexcept {
-    return std::strtol(text.c_str(), nullptr, kDecimal);
+// Slot-indexed messages of the lists.
+constexpr Missing InSlot(int slot) noexcept {
+    return Missing{true, slot};
 }
 
-// "HH:MM" into hour and minute; what does not scan keeps the allocation's zeros.
-void ScanClock(const std::string &text, int32_t *hour, int32_t *minute) noexcept {
-    std::sscanf(text.c_str(), "%02d:%02d", hour, minute);
-}
-
+// What does not scan keeps the allocation's zeros.
 int ParseDates(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
     for (int slot = 0; slot < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES; ++slot) {
         if (!req.FindElem("Date")) {
             break;
         }
         oqDevSDK_DoorLock_AlarmPeriod_S &period = rec->astDate[slot];
-        std::string begin = req.x_GetAttrib("Begin");
-        if (begin.empty()) {
-            oqdev_debug(OQDEV_LOG_ERROR, "[Index %d]Failed to find attrib:Begin.\n", slot);
+        std::string text;
+        if (!ReadRequiredAttrib(req, "Begin", text, InSlot(slot))) {
             return -1;
         }
-        ScanClock(begin, &period.iBeginHour, &period.iBeginMinute);
-        std::string end = req.x_GetAttrib("End");
-        if (end.empty()) {
-            oqdev_debug(OQDEV_LOG_ERROR, "[Index %d]Failed to find attrib:End.\n", slot);
+        ScanHourMinute(text, &period.iBeginHour, &period.iBeginMinute);
+        if (!ReadRequiredAttrib(req, "End", text, InSlot(slot))) {
             return -1;
         }
-        ScanClock(end, &period.iEndHour, &period.iEndMinute);
+        ScanHourMinute(text, &period.iEndHour, &period.iEndMinute);
         ++rec->usDateNum;
     }
     return 0;
@@ -60,37 +51,29 @@ int ParseUsers(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept 
             break;
         }
         oqDevSDK_DoorLock_AlarmUser_S &user = rec->astUser[slot];
-        std::string index = req.x_GetAttrib("Index");
-        if (index.empty()) {
-            oqdev_debug(OQDEV_LOG_ERROR, "[Index %d]Failed to find attrib:Index.\n", slot);
+        long index = 0;
+        if (!ReadRequiredLong(req, "Index", index, InSlot(slot))) {
             return -1;
         }
-        user.usIndex = static_cast<uint16_t>(ToLong(index) - 1);
-        std::string name = req.x_GetAttrib("Name");
-        if (name.empty()) {
-            oqdev_debug(OQDEV_LOG_ERROR, "[Index %d]Failed to find attrib:Name.\n", slot);
+        user.usIndex = static_cast<uint16_t>(index - 1);
+        std::string name;
+        if (!ReadRequiredAttrib(req, "Name", name, InSlot(slot))) {
             return -1;
         }
-        std::snprintf(user.szName, sizeof user.szName, "%s", name.c_str());
+        CopyText(user.szName, name.c_str());
         ++rec->usUserNum;
     }
     return 0;
 }
 
 int ParsePlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
-    if (!req.FindElem("Plan")) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find elem:Plan\n");
+    long enable = 0;
+    if (!FindRequiredElem(req, "Plan", false) || !ReadRequiredLong(req, "Enable", enable)) {
         return -1;
     }
-    std::string enable = req.x_GetAttrib("Enable");
-    if (enable.empty()) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find attrib:Enable\n");
-        return -1;
-    }
-    rec->ucEnable = static_cast<uint8_t>(ToLong(enable));
-    std::string weekday = req.x_GetAttrib("Weekday");
-    if (weekday.empty()) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find attrib:Weekday\n");
+    rec->ucEnable = static_cast<uint8_t>(enable);
+    std::string weekday;
+    if (!ReadRequiredAttrib(req, "Weekday", weekday)) {
         return -1;
     }
     WeekDay_Str2Data(weekday.c_str(), &rec->ucWeekday);
@@ -118,35 +101,22 @@ int ParsePlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
 // Every non-zero code but delete reads a whole plan, as a change does.
 int ParseSetNotBackAlarmPlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
     // The body starts before the UserDefine element the round trip appended.
-    if (!req.FindElem("OptType", true)) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find elem:OptType\n");
+    long value = 0;
+    if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredLong(req, "Type", value)) {
         return -1;
     }
-    std::string type = req.x_GetAttrib("Type");
-    if (type.empty()) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find attrib:Type\n");
-        return -1;
-    }
-    rec->ucOptType = static_cast<uint8_t>(ToLong(type));
+    rec->ucOptType = static_cast<uint8_t>(value);
     rec->usIndex = 0;
     if (rec->ucOptType != OQDEVSDK_DOORLOCK_OPT_CREATE) {
-        std::string index = req.x_GetAttrib("Index");
-        if (index.empty()) {
-            oqdev_debug(OQDEV_LOG_ERROR, "Failed to find attrib:Index\n");
+        if (!ReadRequiredLong(req, "Index", value)) {
             return -1;
         }
-        rec->usIndex = static_cast<uint16_t>(ToLong(index) - 1);
+        rec->usIndex = static_cast<uint16_t>(value - 1);
         if (rec->ucOptType == OQDEVSDK_DOORLOCK_OPT_DELETE) {
             return 0;
         }
     }
     return ParsePlan(req, rec);
-}
-
-std::string ClockText(int32_t hour, int32_t minute) noexcept {
-    char text[kClockTextLen] = {};
-    std::snprintf(text, sizeof text, "%02d:%02d", hour, minute);
-    return text;
 }
 
 // The builders answer false as soon as the document cannot take an element or
@@ -160,8 +130,9 @@ bool AddDates(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) no
          ++i) {
         const oqDevSDK_DoorLock_AlarmPeriod_S &period = plan.astDate[i];
         ok = rsp.x_AddElem("Date") &&
-             rsp.x_SetAttrib("Begin", ClockText(period.iBeginHour, period.iBeginMinute).c_str()) &&
-             rsp.x_SetAttrib("End", ClockText(period.iEndHour, period.iEndMinute).c_str());
+             SetHourMinuteAttrib(rsp, "Begin", period.iBeginHour, period.iBeginMinute,
+                                 kClockTextLen) &&
+             SetHourMinuteAttrib(rsp, "End", period.iEndHour, period.iEndMinute, kClockTextLen);
     }
     return rsp.OutOfElem() && ok;
 }
@@ -174,10 +145,8 @@ bool AddUsers(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) no
     for (unsigned int i = 0; ok && i < plan.usUserNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS;
          ++i) {
         const oqDevSDK_DoorLock_AlarmUser_S &user = plan.astUser[i];
-        ok =
-            rsp.x_AddElem("User") && rsp.x_SetAttrib("Index", user.usIndex + 1) &&
-            rsp.x_SetAttrib(
-                "Name", std::string(user.szName, strnlen(user.szName, sizeof user.szName)).c_str());
+        ok = rsp.x_AddElem("User") && rsp.x_SetAttrib("Index", user.usIndex + 1) &&
+             rsp.x_SetAttrib("Name", FieldText(user.szName).c_str());
     }
     return rsp.OutOfElem() && ok;
 }
@@ -199,9 +168,8 @@ bool AddPlanEntry(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan
 int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     auto rec = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetAlarmPlan_S>();
     if (!rec) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to malloc mem, size=%u.\n",
-                    OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN);
-        DoorLock_xml_set_result(response, kResultFailed);
+        DoorLock_LogMallocFailed(OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN);
+        FinishResponse(response, kResultFailed);
         response.x_AddElem("Index", "0");
         return kResultFailed;
     }
@@ -214,35 +182,25 @@ int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) noexce
         oqdev_debug(OQDEV_LOG_ERROR, "Failed to set NotBackAlarm plan.\n");
         result = kResultFailed;
     }
-    DoorLock_xml_set_result(response, result);
-    char index[kIndexTextLen] = {};
-    std::snprintf(index, sizeof index, "%d", rec->usIndex + 1);
-    response.x_AddElem("Index", index);
+    FinishResponse(response, result);
+    AddIndexElem(response, rec->usIndex);
     return result;
 }
 
 int ReqHnd_QueryNotBackAlarmPlans(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     (void)request;
-    auto list = DoorLock_HeapZalloc<oqDevSDK_DoorLock_AlarmPlanList_S>();
+    auto list = DoorLock_FetchRecord<oqDevSDK_DoorLock_AlarmPlanList_S>(
+        OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS, OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN,
+        "Failed to get NotBackAlarmPlans info.\n");
     if (!list) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to malloc mem, size=%u.\n",
-                    OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN);
-        DoorLock_xml_set_result(response, kResultFailed);
-        return kResultFailed;
+        return FinishResponse(response, kResultFailed);
     }
-    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS, list.get(),
-                                       OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN) != 0) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to get NotBackAlarmPlans info.\n");
-        DoorLock_xml_set_result(response, kResultFailed);
-        return kResultFailed;
-    }
-    DoorLock_xml_set_result(response, kResultOk);
+    FinishResponse(response, kResultOk);
     for (unsigned int i = 0; i < list->usCount && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS; ++i) {
         if (!AddPlanEntry(response, list->astPlan[i])) {
             // Out of memory half way through: the list must not pass for complete.
             oqdev_debug(OQDEV_LOG_ERROR, "Failed to fill NotBackAlarmPlans info.\n");
-            DoorLock_xml_set_result(response, kResultFailed);
-            return kResultFailed;
+            return FinishResponse(response, kResultFailed);
         }
     }
     return kResultOk;

@@ -3,14 +3,15 @@
 #include <cjson/cJSON.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
+#include "frame/text_field.h"
 #include "handlers/handlers.h"
 #include "handlers/settings_keys.h"
+#include "handlers/xml_fields.h"
 #include "messaging/envelope.h"
 #include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
@@ -37,26 +38,6 @@ constexpr KeyValueTarget kKeyTargets[] = {
     {kKeyPromptTone, OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE, kStatusPromptTone},
     {kKeyFaceUnlock, OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK, kStatusFaceUnlock},
 };
-
-int Finish(CMarkupSTL &response, int result) noexcept {
-    DoorLock_xml_set_result(response, result);
-    return result;
-}
-
-int32_t ToInt32(const std::string &text) noexcept {
-    return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10));
-}
-
-// An absent or empty attribute counts as missing and is logged.
-bool ReadIntAttrib(const CMarkupSTL &xml, const char *name, int32_t *value) noexcept {
-    const std::string text = xml.x_GetAttrib(name);
-    if (text.empty()) {
-        oqdev_debug(kLogError, "Failed to find attrib:%s\n", name);
-        return false;
-    }
-    *value = ToInt32(text);
-    return true;
-}
 
 const KeyValueTarget *FindKeyTarget(const char *key) noexcept {
     for (const KeyValueTarget &target : kKeyTargets) {
@@ -98,50 +79,46 @@ int SendFaceUnlock(const std::string &text) noexcept {
 }  // namespace
 
 int ReqHnd_SetSwitchEnable(CMarkupSTL &request, CMarkupSTL &response) noexcept {
-    if (!request.FindElem("Switch", true)) {
-        oqdev_debug(kLogError, "Failed to find elem:Switch\n");
-        return Finish(response, kResultBadRequest);
+    if (!FindRequiredElem(request, "Switch", true)) {
+        return FinishResponse(response, kResultBadRequest);
     }
     int32_t platformType = 0;
-    if (!ReadIntAttrib(request, "Type", &platformType)) {
-        return Finish(response, kResultBadRequest);
+    if (!ReadRequiredInt(request, "Type", platformType)) {
+        return FinishResponse(response, kResultBadRequest);
     }
     oqDevSDK_DoorLock_SwitchCfg_S rec;
     std::memset(&rec, 0, sizeof rec);
     rec.iSwitchIndex = SwitchIndexOfType(platformType);
     if (rec.iSwitchIndex < 0) {
         oqdev_debug(kLogError, "Invalid switch type:%d\n", platformType);
-        return Finish(response, kResultUnknownType);
+        return FinishResponse(response, kResultUnknownType);
     }
-    if (!ReadIntAttrib(request, "Enable", &rec.iEnable) ||
-        !ReadIntAttrib(request, "Channel", &rec.iChannel)) {
-        return Finish(response, kResultBadRequest);
+    if (!ReadRequiredInt(request, "Enable", rec.iEnable) ||
+        !ReadRequiredInt(request, "Channel", rec.iChannel)) {
+        return FinishResponse(response, kResultBadRequest);
     }
     if (DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_SWITCH, &rec, sizeof rec) != 0) {
         // One message for every switch type.
         oqdev_debug(kLogError, "Failed to set switch of door open remind.\n");
-        return Finish(response, kResultRefused);
+        return FinishResponse(response, kResultRefused);
     }
-    return Finish(response, kResultOk);
+    return FinishResponse(response, kResultOk);
 }
 
 int ReqHnd_SetKeyValue(CMarkupSTL &request, CMarkupSTL &response) noexcept {
-    if (!request.FindElem("Type", true)) {
-        oqdev_debug(kLogError, "Failed to find elem:Type.\n");
-        return Finish(response, kResultBadRequest);
+    if (!FindRequiredElem(request, "Type", true, kMissFullStop)) {
+        return FinishResponse(response, kResultBadRequest);
     }
     char key[kKeyBufLen] = {};
-    const std::string keyText = request.x_GetData();
-    std::strncpy(key, keyText.c_str(), sizeof key - 1);
+    CopyText(key, request.x_GetData().c_str());
 
-    if (!request.FindElem("Value", true)) {
-        oqdev_debug(kLogError, "Failed to find elem:Value.\n");
-        return Finish(response, kResultBadRequest);
+    if (!FindRequiredElem(request, "Value", true, kMissFullStop)) {
+        return FinishResponse(response, kResultBadRequest);
     }
     const KeyValueTarget *target = FindKeyTarget(key);
     if (target == nullptr) {
         oqdev_debug(kLogError, "Invalid Key:%s\n", key);
-        return Finish(response, kResultUnknownType);
+        return FinishResponse(response, kResultUnknownType);
     }
 
     const int sent = target->iStatusId == kStatusFaceUnlock
@@ -153,9 +130,9 @@ int ReqHnd_SetKeyValue(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     if (sent != 0) {
         oqdev_debug(kLogError, "Failed to set key value, key=%s, value=%s\n", key,
                     request.x_GetData().c_str());
-        return Finish(response, kResultRefused);
+        return FinishResponse(response, kResultRefused);
     }
-    return Finish(response, kResultOk);
+    return FinishResponse(response, kResultOk);
 }
 
 }  // namespace norla

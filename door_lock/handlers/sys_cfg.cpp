@@ -9,7 +9,9 @@
 #include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
 #include "frame/kernel_domain.h"
+#include "frame/text_field.h"
 #include "handlers/handlers.h"
+#include "handlers/xml_fields.h"
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_kernel.h"
@@ -39,8 +41,7 @@ int32_t Now() noexcept {
 // Authorization comes before DevSerial in this request, unlike the reports.
 bool BuildSysCfgRequest(CMarkupSTL &xml) noexcept {
     DoorLock_xml_init_req(xml);
-    return xml.x_AddElem("Authorization") &&
-           xml.x_AddElem("DevSerial", oqdev_sdk_kernel_getdevinfo_bykey("dev_subserial")) &&
+    return xml.x_AddElem("Authorization") && AddDevSerial(xml) &&
            xml.x_AddElem("Type", kDLPowerType);
 }
 
@@ -100,20 +101,14 @@ int RspHnd_SetSystemConfig(const char *data, int /*len*/) noexcept {
                     result);
         return -1;
     }
-    if (!xml.FindElem("Type")) {
-        oqdev_debug(kLogError, "Failed to find elem:Type\n");
+    std::string name;
+    if (!FindRequiredElem(xml, "Type", false) || !ReadRequiredAttrib(xml, "name", name)) {
         return -1;
     }
     char szName[kCfgNameLen] = {0};
-    std::string name = xml.x_GetAttrib("name");
-    if (name.empty()) {
-        oqdev_debug(kLogError, "Failed to find attrib:name\n");
-        return -1;
-    }
-    std::strncpy(szName, name.c_str(), sizeof szName - 1);
-    std::string value = xml.x_GetAttrib("value");
-    if (value.empty()) {
-        oqdev_debug(kLogError, "Failed to find attrib:value\n");
+    CopyText(szName, name.c_str());
+    std::string value;
+    if (!ReadRequiredAttrib(xml, "value", value)) {
         return -1;
     }
     if (std::strcmp(szName, kDLPowerType) != 0) {

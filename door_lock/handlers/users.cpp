@@ -1,17 +1,17 @@
 // Platform commands that set one user (18857) and list every user (20160),
 // and the XML form of the user table they answer with.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
 #include "frame/memory.h"
+#include "frame/record_fetch.h"
+#include "frame/text_field.h"
 #include "handlers/codecs.h"
 #include "handlers/handlers.h"
 #include "handlers/user_xml.h"
+#include "handlers/xml_fields.h"
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_kernel.h"
@@ -33,77 +33,21 @@ constexpr UserRefusal kUserRefusals[] = {
 
 constexpr int kOptNoIndex = 0;
 constexpr int32_t kUnlimited = OQDEVSDK_DOORLOCK_USER_UNLIMITED;
-constexpr const char *kMallocFailed = "Failed to malloc mem, size=%u.\n";
-constexpr const char *kDevSerialKey = "dev_subserial";
 // "HH:MM" of a time slot; room for any two ints.
 constexpr std::size_t kHourMinuteLen = 32;
 
-int Finish(CMarkupSTL &response, int result) noexcept {
-    DoorLock_xml_set_result(response, result);
-    return result;
-}
-
-int32_t ToInt32(const std::string &text) noexcept {
-    return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10));
-}
-
-// How a missing attribute is logged: the messages differ in a final full
-// stop and, for time slots, a leading slot index.
-struct Missing {
-    bool bFullStop;
-    int iIndex;  // negative: no index
-};
-constexpr Missing kPlain{false, -1};
-constexpr Missing kFullStop{true, -1};
-
-void LogMissing(const char *name, Missing how) noexcept {
-    const char *stop = how.bFullStop ? "." : "";
-    if (how.iIndex < 0) {
-        oqdev_debug(kLogError, "Failed to find attrib:%s%s\n", name, stop);
-    } else {
-        oqdev_debug(kLogError, "[Index %d]Failed to find attrib:%s%s\n", how.iIndex, name, stop);
-    }
-}
-
-// An absent or empty attribute counts as missing.
-bool ReadAttrib(const CMarkupSTL &xml, const char *name, std::string &text, Missing how) noexcept {
-    text = xml.x_GetAttrib(name);
-    if (text.empty()) {
-        LogMissing(name, how);
-        return false;
-    }
-    return true;
-}
-
-bool ReadInt(const CMarkupSTL &xml, const char *name, int32_t &value, Missing how) noexcept {
-    std::string text;
-    if (!ReadAttrib(xml, name, text, how)) {
-        return false;
-    }
-    value = ToInt32(text);
-    return true;
-}
-
-template <std::size_t N>
-void CopyText(char (&field)[N], const std::string &text) noexcept {
-    std::snprintf(field, N, "%s", text.c_str());
-}
-
-bool FindElem(CMarkupSTL &xml, const char *name) noexcept {
-    if (xml.FindElem(name, true)) {
-        return true;
-    }
-    oqdev_debug(kLogError, "Failed to find elem:%s\n", name);
-    return false;
+// Slot-indexed messages of a time slot: only Weekday has no full stop.
+constexpr Missing InSlot(int index, bool fullStop = true) noexcept {
+    return Missing{fullStop, index};
 }
 
 // -1 failure, 0 continue with the user, 1 a delete that is complete.
 int ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
-    if (!FindElem(request, "OptType")) {
+    if (!FindRequiredElem(request, "OptType", true)) {
         return -1;
     }
     int32_t value = 0;
-    if (!ReadInt(request, "Type", value, kPlain)) {
+    if (!ReadRequiredInt(request, "Type", value)) {
         return -1;
     }
     cfg->ucOptType = static_cast<uint8_t>(value);
@@ -111,7 +55,7 @@ int ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept 
         cfg->usOptIndex = 0;
         return 0;
     }
-    if (!ReadInt(request, "Index", value, kPlain)) {
+    if (!ReadRequiredInt(request, "Index", value)) {
         return -1;
     }
     cfg->usOptIndex = static_cast<uint16_t>(value - 1);
@@ -121,11 +65,11 @@ int ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept 
 // Element User; its index must be the one the operation names (so an
 // operation without index only accepts the first user).
 int ParseUser(CMarkupSTL &request, uint16_t optIndex, oqDevSDK_DoorLock_User_S *user) noexcept {
-    if (!FindElem(request, "User")) {
+    if (!FindRequiredElem(request, "User", true)) {
         return -1;
     }
     int32_t value = 0;
-    if (!ReadInt(request, "Index", value, kPlain)) {
+    if (!ReadRequiredInt(request, "Index", value)) {
         return -1;
     }
     user->usIndex = static_cast<uint16_t>(value - 1);
@@ -133,50 +77,42 @@ int ParseUser(CMarkupSTL &request, uint16_t optIndex, oqDevSDK_DoorLock_User_S *
         oqdev_debug(kLogError, "User index[%d] is not expected[%d]\n", user->usIndex, optIndex);
         return -1;
     }
-    if (!ReadInt(request, "Type", value, kPlain)) {
+    if (!ReadRequiredInt(request, "Type", value)) {
         return -1;
     }
     user->ucType = static_cast<uint8_t>(value);
     std::string text;
-    if (!ReadAttrib(request, "Name", text, kPlain)) {
+    if (!ReadRequiredAttrib(request, "Name", text)) {
         return -1;
     }
-    CopyText(user->szName, text);
-    CopyText(user->szRemarkName, request.x_GetAttrib("RemarkName"));
+    CopyText(user->szName, text.c_str());
+    CopyText(user->szRemarkName, request.x_GetAttrib("RemarkName").c_str());
     return 0;
-}
-
-void ParseHourMinute(const std::string &text, int32_t &hour, int32_t &minute) noexcept {
-    int h = 0;
-    int m = 0;
-    std::sscanf(text.c_str(), "%02d:%02d", &h, &m);
-    hour = h;
-    minute = m;
 }
 
 int ParseDate(const CMarkupSTL &request, int index, oqDevSDK_DoorLock_UserDate_S *date) noexcept {
     std::string text;
-    if (!ReadAttrib(request, "Weekday", text, Missing{false, index})) {
+    if (!ReadRequiredAttrib(request, "Weekday", text, InSlot(index, false))) {
         return -1;
     }
     date->ucWeekday = 0;
     WeekDay_Str2Data(text.c_str(), &date->ucWeekday);
-    if (!ReadAttrib(request, "Begin", text, Missing{true, index})) {
+    if (!ReadRequiredAttrib(request, "Begin", text, InSlot(index))) {
         return -1;
     }
-    ParseHourMinute(text, date->iBeginHour, date->iBeginMinute);
-    if (!ReadAttrib(request, "End", text, Missing{true, index})) {
+    ScanHourMinute(text, &date->iBeginHour, &date->iBeginMinute);
+    if (!ReadRequiredAttrib(request, "End", text, InSlot(index))) {
         return -1;
     }
-    ParseHourMinute(text, date->iEndHour, date->iEndMinute);
-    if (!ReadInt(request, "Num", date->iNum, Missing{true, index})) {
+    ScanHourMinute(text, &date->iEndHour, &date->iEndMinute);
+    if (!ReadRequiredInt(request, "Num", date->iNum, InSlot(index))) {
         return -1;
     }
     if (date->iNum == kUnlimited) {
         date->iAvailable = kUnlimited;
         return 0;
     }
-    return ReadInt(request, "Available", date->iAvailable, Missing{true, index}) ? 0 : -1;
+    return ReadRequiredInt(request, "Available", date->iAvailable, InSlot(index)) ? 0 : -1;
 }
 
 // Inside Expire: the optional DateList, of which only the first slots that
@@ -199,20 +135,20 @@ int ParseDateList(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept 
 }
 
 int ParseExpire(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
-    if (!FindElem(request, "Expire")) {
+    if (!FindRequiredElem(request, "Expire", true)) {
         return -1;
     }
     int32_t enable = 0;
-    if (!ReadInt(request, "Enable", enable, kPlain)) {
+    if (!ReadRequiredInt(request, "Enable", enable)) {
         return -1;
     }
     user->ucExpireEnable = static_cast<uint8_t>(enable);
     std::string text;
-    if (!ReadAttrib(request, "Begin", text, kPlain)) {
+    if (!ReadRequiredAttrib(request, "Begin", text)) {
         return -1;
     }
     user->uiBeginTime = static_cast<uint32_t>(GetTimeFromDateStr(text.c_str()));
-    if (!ReadAttrib(request, "End", text, kPlain)) {
+    if (!ReadRequiredAttrib(request, "End", text)) {
         return -1;
     }
     user->uiEndTime = static_cast<uint32_t>(GetTimeFromDateStr(text.c_str()));
@@ -223,7 +159,7 @@ int ParseExpire(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
 }
 
 int ParseAuth(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
-    if (!FindElem(request, "Auth")) {
+    if (!FindRequiredElem(request, "Auth", true)) {
         return -1;
     }
     struct Count {
@@ -238,7 +174,7 @@ int ParseAuth(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
     };
     for (const Count &count : counts) {
         int32_t value = 0;
-        if (!ReadInt(request, count.pszName, value, kFullStop)) {
+        if (!ReadRequiredInt(request, count.pszName, value, kMissFullStop)) {
             return -1;
         }
         *count.pusValue = static_cast<uint16_t>(value);
@@ -248,19 +184,19 @@ int ParseAuth(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
 
 int ParseContent(const CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
     int32_t value = 0;
-    if (!ReadInt(request, "index", value, kFullStop)) {
+    if (!ReadRequiredInt(request, "index", value, kMissFullStop)) {
         return -1;
     }
     cfg->usContentIndex = static_cast<uint16_t>(value - 1);
-    if (!ReadInt(request, "type", value, kFullStop)) {
+    if (!ReadRequiredInt(request, "type", value, kMissFullStop)) {
         return -1;
     }
     cfg->ucContentType = static_cast<uint8_t>(value);
-    if (!ReadInt(request, "action", value, kFullStop)) {
+    if (!ReadRequiredInt(request, "action", value, kMissFullStop)) {
         return -1;
     }
     cfg->ucContentAction = static_cast<uint8_t>(value);
-    CopyText(cfg->szContentStr, request.x_GetAttrib("str"));
+    CopyText(cfg->szContentStr, request.x_GetAttrib("str").c_str());
     return 0;
 }
 
@@ -302,46 +238,15 @@ int MapDeviceRefusal(int devCode) noexcept {
     return kResultRefused;
 }
 
-void AddDevSerial(CMarkupSTL &xml) noexcept {
-    const char *serial = oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey);
-    xml.x_AddElem("DevSerial", serial != nullptr ? serial : "");
-}
-
-// Fetches the device's table into a fresh heap block; null (logged) when it
-// cannot.
 HeapPtr<oqDevSDK_DoorLock_UserInfo_S> FetchUserTable() noexcept {
-    auto table = DoorLock_HeapZalloc<oqDevSDK_DoorLock_UserInfo_S>();
-    if (!table) {
-        oqdev_debug(kLogError, kMallocFailed, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN);
-        return table;
-    }
-    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, table.get(),
-                                       OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN) != 0) {
-        oqdev_debug(kLogError, "Failed to get user info.\n");
-        table.reset();
-    }
-    return table;
+    return DoorLock_FetchRecord<oqDevSDK_DoorLock_UserInfo_S>(
+        OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,
+        "Failed to get user info.\n");
 }
 
-// A field the device may have filled to the brim without a terminator.
 // The builders below answer false as soon as the document cannot take an
 // element or attribute (its memory ran out): a list with holes is never
 // passed off as the lock's users.
-template <std::size_t N>
-bool SetTextAttrib(CMarkupSTL &xml, const char *name, const char (&field)[N]) noexcept {
-    char text[N + 1];
-    const std::size_t len = strnlen(field, N);
-    std::memcpy(text, field, len);
-    text[len] = '\0';
-    return xml.x_SetAttrib(name, text);
-}
-
-bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept {
-    char text[kHourMinuteLen];
-    std::snprintf(text, sizeof text, "%02d:%02d", hour, minute);
-    return xml.x_SetAttrib(name, text);
-}
-
 bool SetDateAttrib(CMarkupSTL &xml, const char *name, uint32_t seconds) noexcept {
     char text[kDateStrLen] = {};
     const auto value = static_cast<int32_t>(seconds);
@@ -353,8 +258,8 @@ bool FillDate(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserDate_S &date) noexcep
     char weekday[kDateStrLen] = {};
     WeekDay_Data2Str(date.ucWeekday, weekday, sizeof weekday);
     return xml.x_AddElem("Date") &&
-           SetHourMinuteAttrib(xml, "Begin", date.iBeginHour, date.iBeginMinute) &&
-           SetHourMinuteAttrib(xml, "End", date.iEndHour, date.iEndMinute) &&
+           SetHourMinuteAttrib(xml, "Begin", date.iBeginHour, date.iBeginMinute, kHourMinuteLen) &&
+           SetHourMinuteAttrib(xml, "End", date.iEndHour, date.iEndMinute, kHourMinuteLen) &&
            xml.x_SetAttrib("Weekday", weekday) && xml.x_SetAttrib("Num", date.iNum) &&
            xml.x_SetAttrib("Available", date.iNum == kUnlimited ? kUnlimited : date.iAvailable);
 }
@@ -392,9 +297,10 @@ bool FillUser(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
     }
     const bool ok =
         xml.x_AddElem("User") && xml.x_SetAttrib("Index", user.usIndex + 1) &&
-        xml.x_SetAttrib("Type", user.ucType) && SetTextAttrib(xml, "Name", user.szName) &&
-        SetTextAttrib(xml, "RemarkName", user.szRemarkName) && FillExpire(xml, user) &&
-        xml.x_AddElem("Auth") && xml.x_SetAttrib("Pwd", user.usPwdNum) &&
+        xml.x_SetAttrib("Type", user.ucType) &&
+        xml.x_SetAttrib("Name", FieldText(user.szName).c_str()) &&
+        xml.x_SetAttrib("RemarkName", FieldText(user.szRemarkName).c_str()) &&
+        FillExpire(xml, user) && xml.x_AddElem("Auth") && xml.x_SetAttrib("Pwd", user.usPwdNum) &&
         xml.x_SetAttrib("Card", user.usCardNum) && xml.x_SetAttrib("Finger", user.usFingerNum) &&
         xml.x_SetAttrib("Face", user.usFaceNum);
     return xml.OutOfElem() && ok;
@@ -407,7 +313,7 @@ int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) n
     if (opt != 0) {
         return opt > 0 ? 0 : -1;
     }
-    if (!FindElem(request, "UserInfo")) {
+    if (!FindRequiredElem(request, "UserInfo", true)) {
         return -1;
     }
     request.IntoElem();
@@ -436,7 +342,7 @@ int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     int result = kResultOk;
     auto cfg = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetUserCfg_S>();
     if (!cfg) {
-        oqdev_debug(kLogError, kMallocFailed, OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN);
+        DoorLock_LogMallocFailed(OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN);
         result = kResultRefused;
     } else if (ParseSetUserInfo(request, cfg.get()) != 0) {
         oqdev_debug(kLogError, "Failed to ParseSetUserInfo.\n");
@@ -449,7 +355,7 @@ int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
             result = MapDeviceRefusal(answer);
         }
     }
-    Finish(response, result);
+    FinishResponse(response, result);
 
     // The platform always gets the list as it is now, whether the set took or
     // not; failing to get it does not change the set's result.
@@ -458,7 +364,7 @@ int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     if (table && !FillUserInfo(response, table.get())) {
         // Out of memory half way through the list: the platform must not take
         // what got written for the lock's users.
-        return Finish(response, kResultRefused);
+        return FinishResponse(response, kResultRefused);
     }
     return result;
 }
@@ -468,10 +374,10 @@ int ReqHnd_QueryUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     auto table = FetchUserTable();
     // Writing the result moves to Result, so it goes first to keep the users
     // after DevSerial.
-    const int result = Finish(response, table ? kResultOk : kResultRefused);
+    const int result = FinishResponse(response, table ? kResultOk : kResultRefused);
     AddDevSerial(response);
     if (table && !FillUserInfo(response, table.get())) {
-        return Finish(response, kResultRefused);
+        return FinishResponse(response, kResultRefused);
     }
     return result;
 }

@@ -1,10 +1,12 @@
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "frame/bus_dev.h"
+#include "frame/domain_ids.h"
+#include "frame/text_field.h"
 #include "handlers/handlers.h"
+#include "handlers/xml_fields.h"
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
@@ -15,8 +17,6 @@
 namespace norla {
 namespace {
 
-constexpr int kResultOk = 0;
-constexpr int kResultBadRequest = 3;
 constexpr int kResultFailed = 4;
 constexpr int kResultVerifyFailed = 0x180003;
 constexpr int kResultVerifyOther = 0x180004;
@@ -36,13 +36,11 @@ int VerifyResultCode(uint32_t verify) noexcept {
 
 int ParseUserVerify(CMarkupSTL &req, oqDevSDK_DoorLock_UserVerify_S *rec) noexcept {
     // The body starts before the UserDefine element the round trip appended.
-    if (!req.FindElem("UserID", true)) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find elem:UserID.\n");
+    if (!FindRequiredElem(req, "UserID", true, kMissFullStop)) {
         return -1;
     }
-    std::snprintf(rec->szUserId, sizeof rec->szUserId, "%s", req.x_GetData().c_str());
-    if (!req.FindElem("Timeout")) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to find elem:Timeout.\n");
+    CopyText(rec->szUserId, req.x_GetData().c_str());
+    if (!FindRequiredElem(req, "Timeout", false, kMissFullStop)) {
         return -1;
     }
     rec->uiTimeout =
@@ -100,8 +98,7 @@ int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) noexcept
             result = VerifyResultCode(rec.uiVerifyResult);
         }
     }
-    DoorLock_xml_set_result(response, result);
-    return result;
+    return FinishResponse(response, result);
 }
 
 // The request's schedule replaces the lock's whole table (never merged day by

@@ -1,0 +1,37 @@
+// Large device records fetched into heap blocks.
+#ifndef NORLA_FRAME_RECORD_FETCH_H
+#define NORLA_FRAME_RECORD_FETCH_H
+
+#include "frame/bus_dev.h"
+#include "frame/domain_ids.h"
+#include "frame/memory.h"
+#include "oqdev_log.h"
+
+namespace norla {
+
+// One caller's message has no full stop.
+inline void DoorLock_LogMallocFailed(unsigned int size, bool fullStop = true) noexcept {
+    oqdev_debug(kLogError, "Failed to malloc mem, size=%u%s\n", size, fullStop ? "." : "");
+}
+
+// Fetches the device record `type` of `len` bytes into a fresh zero-filled
+// block. Null when either step fails, each logged: the allocation with `len`,
+// the fetch with `fetchError`.
+template <typename T>
+HeapPtr<T> DoorLock_FetchRecord(int type, unsigned int len, const char *fetchError,
+                                bool mallocFullStop = true) noexcept {
+    auto rec = DoorLock_HeapZalloc<T>();
+    if (!rec) {
+        DoorLock_LogMallocFailed(len, mallocFullStop);
+        return rec;
+    }
+    if (DoorLock_BusDev_GetRuntimeInfo(type, rec.get(), len) != 0) {
+        oqdev_debug(kLogError, "%s", fetchError);
+        rec.reset();
+    }
+    return rec;
+}
+
+}  // namespace norla
+
+#endif

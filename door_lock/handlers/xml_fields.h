@@ -1,0 +1,61 @@
+// Small pieces of reading requests and writing responses, shared by every
+// handler.
+#ifndef NORLA_HANDLERS_XML_FIELDS_H
+#define NORLA_HANDLERS_XML_FIELDS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "CMarkupSTL.h"
+
+namespace norla {
+
+// Writes the result into the response and hands it back.
+int FinishResponse(CMarkupSTL &response, int result) noexcept;
+
+// Base-10 value of a text; what does not convert reads as 0.
+long ToLong(const std::string &text) noexcept;
+int32_t ToInt32(const std::string &text) noexcept;
+
+// How a missing element or attribute is logged: the messages of the call
+// sites differ in a final full stop and, inside lists, a leading slot index.
+struct Missing {
+    bool bFullStop;
+    int iIndex;  // negative: no index
+};
+constexpr Missing kMissPlain{false, -1};
+constexpr Missing kMissFullStop{true, -1};
+
+// The element, searched from the first child when fromFirst; its absence is
+// logged (the slot index does not apply to elements).
+bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst,
+                      Missing how = kMissPlain) noexcept;
+
+// An absent or empty attribute counts as missing and is logged.
+bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &text,
+                        Missing how = kMissPlain) noexcept;
+bool ReadRequiredLong(const CMarkupSTL &xml, const char *name, long &value,
+                      Missing how = kMissPlain) noexcept;
+bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
+                     Missing how = kMissPlain) noexcept;
+
+// "HH:MM" into hour and minute; a part that does not scan is left as it was.
+void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) noexcept;
+
+// Sets an "HH:MM" attribute, cut to `width` - 1 characters (at most
+// kHourMinuteMaxWidth): the lists differ in how much of a garbage hour they
+// keep.
+constexpr std::size_t kHourMinuteMaxWidth = 32;
+bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute,
+                         std::size_t width) noexcept;
+
+// Adds Index with the one-based number of a device slot index.
+bool AddIndexElem(CMarkupSTL &xml, uint16_t index) noexcept;
+
+// Adds DevSerial, the device's sub-serial (empty when the host has none).
+bool AddDevSerial(CMarkupSTL &xml) noexcept;
+
+}  // namespace norla
+
+#endif
