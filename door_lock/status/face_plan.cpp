@@ -7,6 +7,7 @@
 #include "oqdev_log.h"
 #include "oqdev_time.h"
 #include "oqdev_xml.h"
+#include "status/item_common.h"
 #include "status/items.h"
 
 namespace norla {
@@ -22,9 +23,6 @@ oqDevSDK_DoorLock_AutoFaceUnlockPlan_S g_auto_face_unlock_plan = {
 
 namespace {
 
-// Fetch errors of this class are passed up; the others count as "unchanged".
-constexpr int kErrorClassMask = 0xFFF;
-constexpr int kErrorClassReported = 4;
 constexpr unsigned int kTimeTextLen = 8;
 constexpr std::size_t kNumberTextLen = 16;
 // Fixed values of the report, whatever the cache holds.
@@ -103,12 +101,11 @@ int DoorAutoFaceUnlockPlan_IsChanged() noexcept {
     int ret = DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, &fetched,
                                              OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN);
     if (ret != 0) {
-        return (ret & kErrorClassMask) == kErrorClassReported ? -1 : 0;
+        return IsChangedFetchError(ret);
     }
-    if (std::memcmp(&fetched, &g_auto_face_unlock_plan, sizeof fetched) == 0) {
+    if (!TakeIfChanged(g_auto_face_unlock_plan, fetched)) {
         return 0;
     }
-    g_auto_face_unlock_plan = fetched;
     oqdev_debug(OQDEV_LOG_INFO, "auto face unlock plan IsChanged\n");
     return 1;
 }

@@ -8,11 +8,13 @@
 
 #include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
-#include "frame/memory.h"
+#include "frame/record_fetch.h"
+#include "frame/text_field.h"
 #include "messaging/envelope.h"
 #include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
+#include "status/item_common.h"
 #include "status/items.h"
 
 namespace norla {
@@ -53,14 +55,6 @@ const char *PowerName(uint8_t nameType) noexcept {
     }
 }
 
-// Copies a device text field that may lack its terminator.
-template <std::size_t N>
-void CopyField(char (&dst)[N + 1], const char (&src)[N]) noexcept {
-    const std::size_t len = strnlen(src, N);
-    std::memcpy(dst, src, len);
-    dst[len] = '\0';
-}
-
 // Adds one power source to the list; false when the object could not be made.
 bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) noexcept {
     cJSON *entry = cJSON_CreateObject();
@@ -70,10 +64,8 @@ bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) noex
     }
     cJSON_AddItemToArray(list, entry);
 
-    char subSerial[OQDEVSDK_DOORLOCK_POWER_SUBSERIAL_LEN + 1];
-    char des[OQDEVSDK_DOORLOCK_POWER_DES_LEN + 1];
-    CopyField(subSerial, power.szSubSerial);
-    CopyField(des, power.szDes);
+    const FieldText subSerial(power.szSubSerial);
+    const FieldText des(power.szDes);
     char name[kPowerNameLen] = {};
     std::snprintf(name, sizeof name, "%s", PowerName(power.ucNameType));
     char value[kPowerValueLen] = {};
@@ -81,9 +73,9 @@ bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) noex
 
     // A member that could not be added fails the entry: no report with holes.
     const bool complete =
-        cJSON_AddStringToObject(entry, "SubSerial", subSerial) != nullptr &&
+        cJSON_AddStringToObject(entry, "SubSerial", subSerial.c_str()) != nullptr &&
         cJSON_AddNumberToObject(entry, "Type", power.ucPowerType) != nullptr &&
-        cJSON_AddStringToObject(entry, "Des", des) != nullptr &&
+        cJSON_AddStringToObject(entry, "Des", des.c_str()) != nullptr &&
         cJSON_AddNumberToObject(entry, "Remaining", power.ucRemaining) != nullptr &&
         cJSON_AddNumberToObject(entry, "Status", power.ucStatus) != nullptr &&
         cJSON_AddStringToObject(entry, "Name", name) != nullptr &&
@@ -135,23 +127,11 @@ int LockStatus_Reset() noexcept {
 }
 
 int PowerStatus_IsChanged() noexcept {
-    HeapPtr<oqDevSDK_DoorLock_PowerStatus_S> rec =
-        DoorLock_HeapZalloc<oqDevSDK_DoorLock_PowerStatus_S>();
-    if (!rec) {
-        oqdev_debug(kLogError, "Failed to malloc mem, size=%u.\n",
-                    static_cast<unsigned int>(sizeof(oqDevSDK_DoorLock_PowerStatus_S)));
-        return 0;
-    }
-    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS, rec.get(),
-                                       sizeof *rec) != 0) {
-        oqdev_debug(kLogError, "Failed to get mul poser status.\n");
-        return 0;
-    }
-    if (std::memcmp(rec.get(), &g_stPowerStatus, sizeof g_stPowerStatus) == 0) {
-        return 0;
-    }
-    std::memcpy(&g_stPowerStatus, rec.get(), sizeof g_stPowerStatus);
-    return 1;
+    auto rec = DoorLock_FetchRecord<oqDevSDK_DoorLock_PowerStatus_S>(
+        OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS,
+        static_cast<unsigned int>(sizeof(oqDevSDK_DoorLock_PowerStatus_S)),
+        "Failed to get mul poser status.\n");
+    return rec && TakeIfChanged(g_stPowerStatus, *rec) ? 1 : 0;
 }
 
 int PowerStatus_Report(int /*arg*/) noexcept {
@@ -173,14 +153,7 @@ int PowerStatus_Report(int /*arg*/) noexcept {
         oqdev_debug(kLogError, "Failed to create string from cjson.\n");
         return -1;
     }
-    CMarkupSTL xml;
-    if (DoorLock_xml_init_report(xml) != 0) {
-        return -1;
-    }
-    xml.x_AddElem("Status");
-    xml.x_SetAttrib("Type", "multiPower");
-    xml.x_SetAttrib("Value", text.get());
-    return DoorLock_send_report(xml, kCmdReportStatus);
+    return SendStatusReport("multiPower", text.get());
 }
 
 int PowerStatus_Reset() noexcept {

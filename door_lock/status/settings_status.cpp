@@ -15,6 +15,7 @@
 #include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
+#include "status/item_common.h"
 #include "status/items.h"
 
 namespace norla {
@@ -22,11 +23,6 @@ namespace {
 
 constexpr int32_t kUnknownValue = -1;
 constexpr std::size_t kNumberTextLen = 16;
-// A face unlock fetch that fails with this code in its low bits is passed up
-// as -1; any other failure counts as no change.
-constexpr int kDevErrCodeMask = 0xFFF;
-constexpr int kDevErrPassedUp = 4;
-constexpr int kIsChangedDevErr = -1;
 
 // Only iEnable of a slot is compared and reported. At load slots 0 to 2 are
 // unknown (-1) while slots 3 to 7 start as off (0): a first poll that finds
@@ -66,18 +62,6 @@ int NumericKey_IsChanged(const NumericKeyItem &item) noexcept {
     }
     *item.piCache = value;
     return 1;
-}
-
-// A report whose body is one Status element, as for every key value.
-int SendStatusReport(const char *type, const char *value) noexcept {
-    CMarkupSTL xml;
-    if (DoorLock_xml_init_report(xml) != 0) {
-        return -1;
-    }
-    xml.x_AddElem("Status");
-    xml.x_SetAttrib("Type", type);
-    xml.x_SetAttrib("Value", value);
-    return DoorLock_send_report(xml, kCmdReportStatus);
 }
 
 int NumericKey_Report(const NumericKeyItem &item) noexcept {
@@ -174,14 +158,9 @@ int KeyVal_DoorFaceUnlock_IsChanged() noexcept {
     const int ret =
         DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK, &rec, sizeof rec);
     if (ret != 0) {
-        return (ret & kDevErrCodeMask) == kDevErrPassedUp ? kIsChangedDevErr : 0;
+        return IsChangedFetchError(ret);
     }
-    if (std::memcmp(&rec, &g_stFaceUnlock, sizeof rec) == 0) {
-        return 0;
-    }
-    g_stFaceUnlock.iUnlockType = rec.iUnlockType;
-    g_stFaceUnlock.iUnlockSensitivity = rec.iUnlockSensitivity;
-    return 1;
+    return TakeIfChanged(g_stFaceUnlock, rec) ? 1 : 0;
 }
 
 // A JSON failure here answers 0 (nothing to send), unlike the power report.

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "CMarkupSTL.h"
-#include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
-#include "frame/memory.h"
+#include "frame/record_fetch.h"
+#include "frame/text_field.h"
 #include "handlers/codecs.h"
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
@@ -18,27 +18,13 @@ namespace {
 // The batch waiting to be reported; usRecNum 0 means none.
 oqDevSDK_DoorLock_UnlockEvtRecList_S g_stUnlockEvtRec;
 
-// The user field may fill its whole width without a terminator.
-void SetUserAttrib(CMarkupSTL &xml, const oqDevSDK_DoorLock_UnlockEvtRec_S &rec) noexcept {
-    char user[OQDEVSDK_DOORLOCK_UNLOCK_USER_LEN + 1];
-    const std::size_t len = strnlen(rec.szUser, sizeof rec.szUser);
-    std::memcpy(user, rec.szUser, len);
-    user[len] = '\0';
-    xml.x_SetAttrib("User", user);
-}
-
 }  // namespace
 
 int UnlockEvtRec_IsChanged() noexcept {
-    auto batch = DoorLock_HeapZalloc<oqDevSDK_DoorLock_UnlockEvtRecList_S>();
+    auto batch = DoorLock_FetchRecord<oqDevSDK_DoorLock_UnlockEvtRecList_S>(
+        OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS, OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN,
+        "Failed to get unlock event records info.\n", false);
     if (!batch) {
-        oqdev_debug(kLogError, "Failed to malloc mem, size=%u\n",
-                    OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN);
-        return 0;
-    }
-    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS, batch.get(),
-                                       OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN) != 0) {
-        oqdev_debug(kLogError, "Failed to get unlock event records info.\n");
         return 0;
     }
     // An empty answer keeps a batch that was fetched but not yet reported.
@@ -61,7 +47,8 @@ int UnlockEvtRec_Report(int arg) noexcept {
              i < g_stUnlockEvtRec.usRecNum && i < OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS; ++i) {
             const oqDevSDK_DoorLock_UnlockEvtRec_S &rec = g_stUnlockEvtRec.stRecord[i];
             xml.x_AddElem("Info");
-            SetUserAttrib(xml, rec);
+            // The user field may fill its whole width without a terminator.
+            xml.x_SetAttrib("User", FieldText(rec.szUser).c_str());
             xml.x_SetAttrib("Type", rec.ucUnlockType);
             GetDateStrFromTime(&rec.lUnlockTime, date, sizeof date);
             xml.x_SetAttrib("Date", date);

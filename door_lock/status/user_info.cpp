@@ -2,13 +2,11 @@
 #include <cstring>
 
 #include "CMarkupSTL.h"
-#include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
-#include "frame/memory.h"
+#include "frame/record_fetch.h"
 #include "handlers/user_xml.h"
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
-#include "oqdev_log.h"
+#include "status/item_common.h"
 #include "status/items.h"
 
 namespace norla {
@@ -20,24 +18,12 @@ oqDevSDK_DoorLock_UserInfo_S g_stUserInfo;
 }  // namespace
 
 int UserInfo_IsChanged() noexcept {
-    auto table = DoorLock_HeapZalloc<oqDevSDK_DoorLock_UserInfo_S>();
-    if (!table) {
-        oqdev_debug(kLogError, "Failed to malloc mem, size=%u.\n",
-                    OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN);
-        return 0;
-    }
-    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, table.get(),
-                                       OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN) != 0) {
-        oqdev_debug(kLogError, "Failed to get user info.\n");
-        return 0;
-    }
+    auto table = DoorLock_FetchRecord<oqDevSDK_DoorLock_UserInfo_S>(
+        OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,
+        "Failed to get user info.\n");
     // Unused slots and reserved bytes count too: any byte the device changes
     // is news.
-    if (std::memcmp(table.get(), &g_stUserInfo, sizeof g_stUserInfo) == 0) {
-        return 0;
-    }
-    std::memcpy(&g_stUserInfo, table.get(), sizeof g_stUserInfo);
-    return 1;
+    return table && TakeIfChanged(g_stUserInfo, *table) ? 1 : 0;
 }
 
 int UserInfo_Report(int arg) noexcept {

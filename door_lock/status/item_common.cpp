@@ -1,0 +1,31 @@
+#include "status/item_common.h"
+
+#include "CMarkupSTL.h"
+#include "messaging/envelope.h"
+#include "status/items.h"
+
+namespace norla {
+namespace {
+
+constexpr int kDevErrCodeMask = 0xFFF;
+constexpr int kDevErrPassedUp = 4;
+constexpr int kIsChangedDevErr = -1;
+
+}  // namespace
+
+int IsChangedFetchError(int devRet) noexcept {
+    return (devRet & kDevErrCodeMask) == kDevErrPassedUp ? kIsChangedDevErr : 0;
+}
+
+int SendStatusReport(const char *type, const char *value) noexcept {
+    CMarkupSTL xml;
+    if (DoorLock_xml_init_report(xml) != 0) {
+        return -1;
+    }
+    xml.x_AddElem("Status");
+    xml.x_SetAttrib("Type", type);
+    xml.x_SetAttrib("Value", value);
+    return DoorLock_send_report(xml, kCmdReportStatus);
+}
+
+}  // namespace norla
