@@ -15,6 +15,8 @@ namespace {
 
 const char kDeclarationStart[] = "<?xml";
 const char kDeclarationEnd[] = "?>";
+// Most of the host's messages print within this many bytes.
+constexpr size_t kLocalTextSize = 512;
 // Long enough for any int in decimal.
 constexpr size_t kIntTextSize = 16;
 // "&#13;" and its terminator.
@@ -72,7 +74,10 @@ size_t DeclarationLength(const char *text) {
     if (std::strncmp(text, kDeclarationStart, sizeof kDeclarationStart - 1) != 0) {
         return 0;
     }
-    const char *end = std::strstr(text, kDeclarationEnd);
+    const char *end = std::strchr(text, kDeclarationEnd[0]);
+    while (end != nullptr && end[1] != kDeclarationEnd[1]) {
+        end = std::strchr(end + 1, kDeclarationEnd[0]);
+    }
     if (end == nullptr) {
         return 0;
     }
@@ -86,41 +91,57 @@ size_t DeclarationLength(const char *text) {
     return static_cast<size_t>(end - text);
 }
 
-// Appends the document text to a string. Plain runs go in whole: printing
-// is the hot path of the host's largest texts.
+// Collects the document text: in a local buffer while it is short, so that
+// a small message costs one allocation of its exact size; longer texts move
+// into the string and grow by doubling. Plain runs go in whole: printing is
+// the hot path of the host's largest texts.
 class TextOut {
   public:
-    explicit TextOut(std::string &out) : m_out(out), m_len(out.size()) {
-        m_out.resize(m_out.capacity());
-    }
-    // The string holds exactly the text written.
-    ~TextOut() { m_out.resize(m_len); }
+    explicit TextOut(std::string &out) : m_out(out) {}
     TextOut(const TextOut &) = delete;
     TextOut &operator=(const TextOut &) = delete;
 
     void Put(const char *text, size_t len) {
-        if (len > m_out.size() - m_len) {
+        if (len > m_cap - m_len) {
             Grow(len);
         }
-        std::memcpy(&m_out[m_len], text, len);
+        std::memcpy(m_data + m_len, text, len);
         m_len += len;
     }
     void Put(const char *text) { Put(text, std::strlen(text)); }
     void Put(char c) {
-        if (m_len == m_out.size()) {
+        if (m_len == m_cap) {
             Grow(1);
         }
-        m_out[m_len++] = c;
+        m_data[m_len++] = c;
+    }
+    // Leaves exactly the text written in the string.
+    void Finish() {
+        if (m_data == m_local) {
+            m_out.assign(m_local, m_len);
+        } else {
+            m_out.resize(m_len);
+        }
     }
 
   private:
     void Grow(size_t len) {
         const size_t need = m_len + len;
-        m_out.resize(need > 2 * m_out.size() ? need : 2 * m_out.size());
+        const size_t size = need > 2 * m_cap ? need : 2 * m_cap;
+        const bool local = m_data == m_local;
+        m_out.resize(size);
+        if (local) {
+            std::memcpy(&m_out[0], m_local, m_len);
+        }
+        m_data = &m_out[0];
+        m_cap = m_out.size();
     }
 
     std::string &m_out;
-    size_t m_len;
+    char m_local[kLocalTextSize];
+    char *m_data = m_local;
+    size_t m_cap = kLocalTextSize;
+    size_t m_len = 0;
 };
 
 // Characters written as an entity: & < > everywhere, " and the line and
@@ -181,7 +202,8 @@ void AppendEscaped(TextOut &out, const char *text, bool inAttribute) {
 }
 
 bool IsText(const pugi::xml_node &node) {
-    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+    const pugi::xml_node_type type = node.type();
+    return type == pugi::node_pcdata || type == pugi::node_cdata;
 }
 
 // Adjacent text and CDATA nodes print as one text.
@@ -208,8 +230,8 @@ void AppendBlankText(TextOut &out, const char *text) {
 }
 
 // Empty CDATA sections print as nothing, so they do not open an element.
-bool HasContent(const pugi::xml_node &node) {
-    for (const pugi::xml_node &child : node.children()) {
+bool HasContent(pugi::xml_node child) {
+    for (; child; child = child.next_sibling()) {
         if (!IsText(child) || *child.value() != '\0') {
             return true;
         }
@@ -217,17 +239,17 @@ bool HasContent(const pugi::xml_node &node) {
     return false;
 }
 
-void OpenTag(TextOut &out, const pugi::xml_node &node) {
+void OpenTag(TextOut &out, const pugi::xml_node &node, bool content) {
     out.Put('<');
     out.Put(node.name());
-    for (const pugi::xml_attribute &attr : node.attributes()) {
+    for (pugi::xml_attribute attr = node.first_attribute(); attr; attr = attr.next_attribute()) {
         out.Put(' ');
         out.Put(attr.name());
         out.Put("=\"", 2);
         AppendEscaped(out, attr.value(), true);
         out.Put('"');
     }
-    if (HasContent(node)) {
+    if (content) {
         out.Put('>');
     } else {
         out.Put("/>", 2);
@@ -235,29 +257,20 @@ void OpenTag(TextOut &out, const pugi::xml_node &node) {
 }
 
 void CloseTag(TextOut &out, const pugi::xml_node &node) {
-    if (HasContent(node)) {
+    if (HasContent(node.first_child())) {
         out.Put("</", 2);
         out.Put(node.name());
         out.Put('>');
     }
 }
 
-// Writes the node itself; the caller walks into an element's children.
-void WriteNode(TextOut &out, const pugi::xml_node &node) {
-    switch (node.type()) {
-        case pugi::node_element:
-            OpenTag(out, node);
-            break;
-        case pugi::node_pcdata:
-        case pugi::node_cdata:
-            if (RunIsBlank(node)) {
-                AppendBlankText(out, node.value());
-            } else {
-                AppendEscaped(out, node.value(), false);
-            }
-            break;
-        default:
-            break;
+void WriteText(TextOut &out, const pugi::xml_node &node) {
+    const char *value = node.value();
+    // Only a run made of blanks alone needs a look at its neighbours.
+    if (IsBlank(value) && RunIsBlank(node)) {
+        AppendBlankText(out, value);
+    } else {
+        AppendEscaped(out, value, false);
     }
 }
 
@@ -266,75 +279,97 @@ void WriteNode(TextOut &out, const pugi::xml_node &node) {
 void Serialize(TextOut &out, const pugi::xml_node &top) {
     pugi::xml_node node = top.first_child();
     while (node) {
-        WriteNode(out, node);
-        if (node.type() == pugi::node_element && node.first_child()) {
-            node = node.first_child();
-            continue;
+        const pugi::xml_node_type type = node.type();
+        if (type == pugi::node_element) {
+            const pugi::xml_node child = node.first_child();
+            OpenTag(out, node, HasContent(child));
+            if (child) {
+                node = child;
+                continue;
+            }
+        } else if (type == pugi::node_pcdata || type == pugi::node_cdata) {
+            WriteText(out, node);
         }
-        while (node && !node.next_sibling() && node.parent() != top) {
+        for (;;) {
+            const pugi::xml_node next = node.next_sibling();
+            if (next) {
+                node = next;
+                break;
+            }
             node = node.parent();
+            if (node == top) {
+                node = pugi::xml_node();
+                break;
+            }
             CloseTag(out, node);
         }
-        node = node.next_sibling();
     }
 }
 
 bool HasRoot(const pugi::xml_document &doc) {
-    return static_cast<bool>(
-        doc.find_child([](const pugi::xml_node &n) { return n.type() == pugi::node_element; }));
-}
-
-// One element and nothing but markup the reader ignores around it.
-bool IsOneTree(const pugi::xml_document &doc) {
-    int roots = 0;
-    for (const pugi::xml_node &child : doc.children()) {
-        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
-            return false;
+    for (pugi::xml_node node = doc.first_child(); node; node = node.next_sibling()) {
+        if (node.type() == pugi::node_element) {
+            return true;
         }
-        roots += child.type() == pugi::node_element ? 1 : 0;
     }
-    return roots == 1;
+    return false;
 }
 
 // Elements rarely carry more than a few attributes: those are compared pair
 // by pair, longer lists are sorted.
 constexpr int kPairwiseAttributes = 8;
 
-bool HasDuplicateAttribute(const pugi::xml_node &node, std::vector<const char *> &names) {
+bool HasDuplicateAttribute(pugi::xml_attribute first, std::vector<const char *> &names) {
+    const char *few[kPairwiseAttributes];
     int count = 0;
-    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-        ++count;
+    pugi::xml_attribute a = first;
+    for (; a && count < kPairwiseAttributes; a = a.next_attribute()) {
+        few[count++] = a.name();
     }
-    if (count <= kPairwiseAttributes) {
-        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-            for (pugi::xml_attribute b = a.next_attribute(); b; b = b.next_attribute()) {
-                if (std::strcmp(a.name(), b.name()) == 0) {
+    if (!a) {
+        for (int i = 0; i < count; ++i) {
+            for (int j = i + 1; j < count; ++j) {
+                if (std::strcmp(few[i], few[j]) == 0) {
                     return true;
                 }
             }
         }
         return false;
     }
-    names.clear();
-    for (const pugi::xml_attribute &attr : node.attributes()) {
-        names.push_back(attr.name());
+    names.assign(few, few + count);
+    for (; a; a = a.next_attribute()) {
+        names.push_back(a.name());
     }
     std::sort(names.begin(), names.end(),
-              [](const char *a, const char *b) { return std::strcmp(a, b) < 0; });
-    return std::adjacent_find(names.begin(), names.end(), [](const char *a, const char *b) {
-               return std::strcmp(a, b) == 0;
+              [](const char *x, const char *y) { return std::strcmp(x, y) < 0; });
+    return std::adjacent_find(names.begin(), names.end(), [](const char *x, const char *y) {
+               return std::strcmp(x, y) == 0;
            }) != names.end();
 }
 
-// The reader accepts repeated attributes; a well-formed document has none.
-bool AttributesUnique(const pugi::xml_document &doc) {
-    std::vector<const char *> names;
-    for (pugi::xml_node node = doc.first_child(); node;) {
-        if (node.first_attribute().next_attribute() && HasDuplicateAttribute(node, names)) {
+// One element and nothing but markup the reader ignores around it, and no
+// element repeating an attribute (the reader accepts that; a well-formed
+// document has none). One walk over the tree, without recursion.
+bool IsOneWellFormedTree(const pugi::xml_document &doc) {
+    int roots = 0;
+    for (pugi::xml_node child = doc.first_child(); child; child = child.next_sibling()) {
+        const pugi::xml_node_type type = child.type();
+        if (type == pugi::node_pcdata || type == pugi::node_cdata) {
             return false;
         }
-        if (node.first_child()) {
-            node = node.first_child();
+        roots += type == pugi::node_element ? 1 : 0;
+    }
+    if (roots != 1) {
+        return false;
+    }
+    std::vector<const char *> names;
+    for (pugi::xml_node node = doc.first_child(); node;) {
+        const pugi::xml_attribute first = node.first_attribute();
+        if (first && first.next_attribute() && HasDuplicateAttribute(first, names)) {
+            return false;
+        }
+        if (pugi::xml_node child = node.first_child()) {
+            node = child;
             continue;
         }
         while (node && !node.next_sibling()) {
@@ -354,32 +389,66 @@ pugi::xml_node FirstText(const pugi::xml_node &element) {
 }
 
 bool NameIs(const pugi::xml_node &node, const char *name) {
-    if (node.type() != pugi::node_element) {
+    // Declarations and processing instructions carry names too.
+    if (name != nullptr && *name != '\0' && std::strcmp(node.name(), name) != 0) {
         return false;
     }
-    return name == nullptr || *name == '\0' || std::strcmp(node.name(), name) == 0;
+    return node.type() == pugi::node_element;
 }
 
 }  // namespace
 
+// Declaration lines up to this length are kept inside the object: the
+// usual one costs no allocation per document.
+constexpr size_t kInlineDeclaration = 64;
+
 struct CMarkupSTL::Impl {
     pugi::xml_document doc;
-    // The declaration line exactly as it was set, reproduced by GetDoc().
-    std::string declaration;
     // The current level: the document or an element.
     pugi::xml_node level;
     // The main position on that level; null before the first element.
     pugi::xml_node main;
+    // The document holds something a reset has to free.
+    bool used = false;
 
     Impl() : level(doc) {}
 
     void Clear() {
-        doc.reset();
-        declaration.clear();
+        if (used) {
+            doc.reset();
+            used = false;
+        }
+        ClearDeclaration();
         level = doc;
         main = pugi::xml_node();
     }
     bool AtTop() const { return level == doc; }
+
+    // The declaration line exactly as it was set, reproduced by GetDoc().
+    void SetDeclaration(const char *text, size_t len) {
+        if (len < sizeof m_declShort) {
+            std::memcpy(m_declShort, text, len);
+            m_declShort[len] = '\0';
+        } else {
+            m_declLong.assign(text, len);
+        }
+        m_declLen = len;
+    }
+    const char *Declaration() const {
+        return m_declLen < sizeof m_declShort ? m_declShort : m_declLong.c_str();
+    }
+    size_t DeclarationSize() const { return m_declLen; }
+
+  private:
+    void ClearDeclaration() {
+        m_declLen = 0;
+        m_declShort[0] = '\0';
+        m_declLong.clear();
+    }
+
+    char m_declShort[kInlineDeclaration] = {};
+    size_t m_declLen = 0;
+    std::string m_declLong;
 };
 
 CMarkupSTL::CMarkupSTL() noexcept : m_pImpl(new (std::nothrow) Impl) {}
@@ -403,20 +472,21 @@ bool CMarkupSTL::SetDoc(const char *pszDoc) noexcept {
         size_t declLen = DeclarationLength(pszDoc);
         const char *body = pszDoc + declLen;
         if (declLen > 0 && IsBlank(body)) {
-            d.declaration.assign(pszDoc, declLen);
+            d.SetDeclaration(pszDoc, declLen);
             return true;
         }
         if (HasNulReference(body)) {
             return false;
         }
         // As a fragment, so that stray text around the root is seen and refused.
+        d.used = true;
         pugi::xml_parse_result parsed =
             d.doc.load_string(body, pugi::parse_default | pugi::parse_fragment);
-        if (!parsed || !IsOneTree(d.doc) || !AttributesUnique(d.doc)) {
+        if (!parsed || !IsOneWellFormedTree(d.doc)) {
             d.Clear();
             return false;
         }
-        d.declaration.assign(pszDoc, declLen);
+        d.SetDeclaration(pszDoc, declLen);
         return true;
     } catch (...) {
         d.Clear();
@@ -429,11 +499,11 @@ std::string CMarkupSTL::GetDoc() const noexcept {
         return std::string();
     }
     try {
-        std::string out = m_pImpl->declaration;
-        {
-            TextOut text(out);
-            Serialize(text, m_pImpl->doc);
-        }
+        std::string out;
+        TextOut text(out);
+        text.Put(m_pImpl->Declaration(), m_pImpl->DeclarationSize());
+        Serialize(text, m_pImpl->doc);
+        text.Finish();
         return out;
     } catch (...) {
         return std::string();
@@ -489,6 +559,7 @@ bool CMarkupSTL::x_AddElem(const char *pszName, const char *pszData) noexcept {
     if (d.AtTop() && HasRoot(d.doc)) {
         return false;
     }
+    d.used = true;
     pugi::xml_node node = d.main ? d.level.insert_child_after(pugi::node_element, d.main)
                                  : d.level.append_child(pugi::node_element);
     if (!node) {
@@ -542,6 +613,10 @@ bool CMarkupSTL::x_SetData(const char *pszData) noexcept {
     if (!first) {
         return main.text().set(pszData);
     }
+    // A result code is often written again unchanged.
+    if (!IsText(first.next_sibling()) && std::strcmp(first.value(), pszData) == 0) {
+        return true;
+    }
     // The new text replaces the whole run that x_GetData reads.
     for (pugi::xml_node next = first.next_sibling(); next && IsText(next);
          next = first.next_sibling()) {
@@ -575,7 +650,7 @@ bool CMarkupSTL::x_SetAttrib(const char *pszName, const char *pszValue) noexcept
         attr = main.append_attribute(pszName);
         // The name is stored on its own and may fail alone: an attribute left
         // without a name would make the document unreadable.
-        if (attr && std::strcmp(attr.name(), pszName) != 0) {
+        if (attr && *attr.name() == '\0') {
             main.remove_attribute(attr);
             return false;
         }
