@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <tuple>
@@ -68,6 +69,8 @@ TEST_F(SettingsHandlerTest, SetRequests) {
         {kSwitch, R"(<Switch Type="30" Enable="" Channel="1"/>)", 3, "",
          "Failed to find attrib:Enable", ""},
         {kSwitch, R"(<Switch Type="30" Enable="1"/>)", 3, "", "Failed to find attrib:Channel", ""},
+        {kSwitch, R"(<Switch Type="456" Enable="9" Channel="0"/>)", 4, "0: 6 9 0",
+         "Failed to set switch of door open remind.", ""},
         {kKey, KeyReq("doorFingerStore", "3"), 0, "force 67;1: 3", "", ""},
         {kKey, KeyReq("doorBellTone", "-2"), 0, "force 68;2: -2", "", ""},
         {kKey, KeyReq("doorPromptTone", "12"), 0, "force 69;3: 12", "", ""},
@@ -83,9 +86,10 @@ TEST_F(SettingsHandlerTest, SetRequests) {
         {kKey, "<Value>1</Value>", 3, "", "Failed to find elem:Type.", ""},
         {kKey, "<Type>doorBellTone</Type>", 3, "", "Failed to find elem:Value.", ""},
     };
-    // The lock refuses the value 9.
+    // The lock refuses any record holding the value 9.
     Device().on_recv = [](oqDevSDK_DoorLock_Msg_S *msg) {
-        return *static_cast<const int32_t *>(msg->pData) == 9 ? 0x1004 : 0;
+        const auto *v = static_cast<const int32_t *>(msg->pData);
+        return std::count(v, v + msg->uiLen / sizeof(int32_t), 9) > 0 ? 0x1004 : 0;
     };
     for (const auto &[cmd, body, result, effects, log, log2] : cases) {
         std::string got;
