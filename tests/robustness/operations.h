@@ -1,7 +1,7 @@
-// The module's operations as the fault loops run them: one table, each row
-// an operation that reaches the device (a platform command, the answer to the
+// The module's operations as the fault loops run them: one table, each row an
+// operation that reaches the device (a platform command, the answer to the
 // system-configuration request, its timer job, a status item's change check
-// and report, Init), with what the contract lets it answer.
+// and report, Init), with what it may answer when something fails.
 #ifndef TESTS_ROBUSTNESS_OPERATIONS_H
 #define TESTS_ROBUSTNESS_OPERATIONS_H
 
@@ -12,22 +12,22 @@
 #include <string>
 #include <vector>
 
+#include "support/fixture.h"
+
 namespace robust {
 
-enum class Kind {
-    kInit,     // oqDevSDK_DoorLock_Init; result is its return value
-    kCommand,  // platform request; result is the response's Result
-    kAnswer,   // platform answer without response; result is the route's return
+enum Kind {
+    kInit,     // result: Init's return
+    kCommand,  // platform request; result: the response's Result
+    kAnswer,   // platform answer that gets no response; result: the route's return
     kJob,      // system-configuration timer tick; result 0
-    kStatus,   // change check, then report when changed; result is the report's
+    kStatus,   // change check, then the report when changed; result: the report's
 };
 
-// Result of an operation that sent nothing where a response was due.
-constexpr int kNothingSent = -100000;
-// Result of a response sent without a readable Result.
-constexpr int kMalformed = -100002;
-// Report result of a status item whose change check found nothing.
-constexpr int kNotReported = -100001;
+constexpr int kNothingSent = -100000;  // a command that sent no response
+constexpr int kNotReported = -100001;  // a status item whose change check found nothing
+constexpr int kNoDeviceCalls = -100002;
+constexpr int kResultBadRequest = 3;  // any request that cannot be read
 
 // One call into the device application, as the module made it.
 struct DevCall {
@@ -35,11 +35,6 @@ struct DevCall {
     int iType;
     uint32_t uiLen;
     std::vector<uint8_t> bytes;  // the record handed over, or the buffer as passed in
-
-    bool operator==(const DevCall &other) const {
-        return bToDevice == other.bToDevice && iType == other.iType && uiLen == other.uiLen &&
-               bytes == other.bytes;
-    }
 };
 
 struct Outcome {
@@ -50,59 +45,49 @@ struct Outcome {
     bool bHeaderOk = true;  // responses carry the response id and the request's number
 };
 
-// What the contract says about one failed device call.
-struct DevExpect {
-    int iResult;                    // the command's result, or the change check's for status items
-    std::vector<std::string> logs;  // lines logged, newline included
+// Results below are the change check's for status items.
+struct DevExpect {  // what a failed device call must give
+    int iResult;
+    std::vector<std::string> logs;  // newline included
 };
-using DevRule = DevExpect (*)(const DevCall &failed, int code);
-
-// A log line that explains an allocation failure, and the result it implies.
-struct OomRule {
-    const char *pszLog;  // newline included
-    int iResult;         // result, or the change check's for status items
+struct OomRule {  // a log line that explains an allocation failure, and its result
+    const char *pszLog;
+    int iResult;
 };
 
 struct Operation {
     const char *pszName;
     Kind eKind;
-    int iId;  // command or status id
-    const char *pszBody;
-    std::vector<int> results;  // results the contract lists for any fault
-    std::vector<OomRule> oomRules;
-    DevRule pfnDevRule;
+    int iId;                   // command or status id
+    std::vector<int> results;  // results allowed whatever fails
+    DevExpect dev;             // any failed device call; iResult kNoDeviceCalls when none is made
+    std::vector<OomRule> oomRules = {};
+    const char *pszBody = nullptr;
+    DevExpect (*pfnDev)(const DevCall &failed, int code) = nullptr;  // replaces `dev`
 };
 
 const std::vector<Operation> &Operations();
-
 inline void PrintTo(const Operation &op, std::ostream *os) {
     *os << op.pszName;
 }
+std::string OpName(const ::testing::TestParamInfo<Operation> &param);
 
-// Fresh emulator, device and module, with the device's records in place, the
-// status caches reset and the device registered with the platform (except for
-// Init, which the operation itself performs).
-void Prepare(const Operation &op);
-// Runs the operation once. With `alwaysReport` a status item's report runs
-// even when its change check found nothing.
-Outcome RunOp(const Operation &op, bool alwaysReport = false);
+class FaultLoop : public dltest::ModuleTest, public ::testing::WithParamInterface<Operation> {
+  protected:
+    // Fresh emulator, device and module, with the device's records in place,
+    // the status caches reset and the device registered with the platform
+    // (except for Init, which the operation itself performs).
+    void Prepare();
+    // Runs the operation once, with `body` instead of its own when given. With
+    // `alwaysReport` a status item reports even when its check found nothing.
+    Outcome Run(bool alwaysReport = false, const char *body = nullptr);
+    // Nothing held afterwards and the next clean run answers as `clean` did.
+    void ExpectRecovered(const Outcome &clean);
+};
 
 // Makes the `index`-th (0-based) device call from now on fail with `code`;
 // -1 fails none.
 void FailDeviceCall(int index, int code);
-
-bool Logged(const std::string &lineWithNewline);
-std::string LogText();
-
-// Checks shared by the loops.
-// No heap block, cJSON item or XML document is held between calls.
-::testing::AssertionResult NothingHeld();
-// Every device call of `out` is one the clean run made, byte for byte: a
-// fault never lets a half-built record reach the device.
-::testing::AssertionResult CallsAmong(const Outcome &out, const Outcome &clean);
-// The same result and the same messages as `expected`.
-::testing::AssertionResult SameAnswer(const Outcome &out, const Outcome &expected);
-std::string Describe(const DevCall &call);
 
 }  // namespace robust
 

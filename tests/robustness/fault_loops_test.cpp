@@ -1,0 +1,254 @@
+// Every operation of the table, with each thing that can go wrong in turn:
+// each allocation (the module's, cJSON's or the XML class's), each device call
+// with several codes, and each part of each request taken away. The answer
+// must be one the contract lists, nothing may be held afterwards and the next
+// clean call must be answered as before.
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include "robustness/operations.h"
+
+namespace robust {
+namespace {
+
+// No operation comes near this; reaching it means the loop cannot end.
+constexpr long kMaxAllocations = 400;
+constexpr size_t kLogShown = 2000;
+// 0x1004 and 0x18004 carry 4 in their low 12 bits; 0x18001..0x18005 are the
+// refusals some commands pass on under codes of their own.
+constexpr int kCodes[] = {1, -1, 0x1004, 0x18001, 0x18002, 0x18003, 0x18004, 0x18005};
+
+bool Listed(const std::vector<int> &results, int result) {
+    return std::find(results.begin(), results.end(), result) != results.end();
+}
+
+bool Logged(const std::string &lineWithNewline) {
+    return oqsim::count_log(lineWithNewline) > 0;
+}
+
+std::string LogText() {
+    std::string text;
+    for (const oqsim::LogLine &line : oqsim::logs()) {
+        text += std::to_string(line.level) + " " + line.text;
+    }
+    return text;
+}
+
+std::string Describe(const DevCall &call) {
+    return std::string(call.bToDevice ? "Recv_Msg" : "Get_Runtime_Info") + " type " +
+           std::to_string(call.iType) + " len " + std::to_string(call.uiLen);
+}
+
+// Every device call of `out` is one the clean run made, byte for byte: a
+// fault never lets a half-built record reach the device.
+::testing::AssertionResult CallsAmong(const Outcome &out, const Outcome &clean) {
+    for (const DevCall &call : out.calls) {
+        // A fetch buffer is the device's to fill; only its type and size count.
+        auto same = [&call](const DevCall &known) {
+            return call.bToDevice == known.bToDevice && call.iType == known.iType &&
+                   call.uiLen == known.uiLen && (!call.bToDevice || call.bytes == known.bytes);
+        };
+        if (std::none_of(clean.calls.begin(), clean.calls.end(), same)) {
+            return ::testing::AssertionFailure()
+                   << Describe(call) << " carried a record the clean run never sent";
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+// What a run that met an allocation failure may answer.
+void CheckAnswer(const Operation &op, const Outcome &clean, const Outcome &out) {
+    SCOPED_TRACE("log:\n" + LogText().substr(0, kLogShown));
+    bool explained = false;  // the contract itself keeps the result after a logged failure
+    for (const OomRule &rule : op.oomRules) {
+        explained = explained || Logged(rule.pszLog);
+        if (Logged(rule.pszLog) && out.iResult != kNothingSent) {
+            EXPECT_EQ(op.eKind == kStatus ? out.iChanged : out.iResult, rule.iResult)
+                << "after " << rule.pszLog;
+        }
+    }
+    EXPECT_TRUE(out.bHeaderOk) << "response under the wrong id or sequence number";
+    if (op.eKind == kCommand && out.iResult == kNothingSent) {
+        char line[64];
+        std::snprintf(line, sizeof line, "Result is -1, by Cmdid[%#x].\n",
+                      static_cast<unsigned int>(op.iId));
+        EXPECT_TRUE(Logged(line)) << "no response and no word of it";
+        return;
+    }
+    if (op.eKind == kStatus) {
+        EXPECT_TRUE(out.iChanged == 0 || out.iChanged == 1) << "change check " << out.iChanged;
+        if (out.iResult == kNotReported) {
+            return;
+        }
+    }
+    // Memory that runs out while a request is parsed makes it unreadable.
+    EXPECT_TRUE(Listed(op.results, out.iResult) ||
+                (op.eKind == kCommand && out.iResult == kResultBadRequest))
+        << "result " << out.iResult;
+    if (op.eKind == kStatus && out.iResult == 0 && out.sent.empty()) {
+        // Only the face unlock report gives up quietly on its JSON.
+        EXPECT_TRUE(Logged("Failed to create json object.\n") ||
+                    Logged("Failed to gen string from cjson object.\n"))
+            << "report answered 0 and sent nothing";
+        return;
+    }
+    // A message built while memory ran out goes out whole or not at all,
+    // and success is never claimed for a body that lost parts on the way.
+    if (op.eKind != kCommand && op.eKind != kStatus) {
+        EXPECT_TRUE(out.sent.empty() || out.sent == clean.sent) << "sent with parts missing";
+    } else if (out.iResult == 0 && (op.eKind == kStatus || !explained)) {
+        EXPECT_EQ(out.sent.back(), clean.sent.back()) << "sent with parts missing";
+    }
+}
+
+class AllocFaultLoop : public FaultLoop {};
+
+// The N-th allocation fails, N = 1, 2, ... until a run meets no failure; once
+// with that one failure, once with every later allocation failing too.
+TEST_P(AllocFaultLoop, EveryFailedAllocationIsAnsweredAsTheContractSays) {
+    Prepare();
+    const Outcome clean = Run();
+    const Outcome cleanAgain = Run(true);
+    ASSERT_TRUE(Listed(GetParam().results, clean.iResult))
+        << "clean run answered " << clean.iResult;
+    for (const bool sticky : {false, true}) {
+        long n = 1;
+        for (; n <= kMaxAllocations; ++n) {
+            SCOPED_TRACE(std::string(sticky ? "every allocation from #" : "only allocation #") +
+                         std::to_string(n) + " fails");
+            Prepare();
+            dltest::ArmAllocationFault(n, sticky);
+            const Outcome out = Run();
+            if (dltest::InjectedAllocationFailures() == 0) {
+                break;
+            }
+            CheckAnswer(GetParam(), clean, out);
+            EXPECT_TRUE(CallsAmong(out, clean));
+            ExpectRecovered(cleanAgain);
+        }
+        EXPECT_LE(n, kMaxAllocations) << "the operation never ran out of allocations";
+    }
+}
+
+class DeviceFaultLoop : public FaultLoop {};
+
+TEST_P(DeviceFaultLoop, EveryFailedDeviceCallIsAnsweredAsTheContractSays) {
+    const Operation &op = GetParam();
+    Prepare();
+    const Outcome clean = Run();
+    const Outcome cleanAgain = Run(true);
+    if (op.pfnDev == nullptr && op.dev.iResult == kNoDeviceCalls) {
+        EXPECT_TRUE(clean.calls.empty()) << "an operation without rules called the device";
+        return;
+    }
+    ASSERT_FALSE(clean.calls.empty()) << "the operation never reached the device";
+    for (size_t i = 0; i < clean.calls.size(); ++i) {
+        for (const int code : kCodes) {
+            SCOPED_TRACE("call " + std::to_string(i) + " (" + Describe(clean.calls[i]) +
+                         ") fails with " + std::to_string(code));
+            Prepare();
+            FailDeviceCall(static_cast<int>(i), code);
+            const Outcome out = Run();
+            FailDeviceCall(-1, 0);
+
+            const DevExpect expect =
+                op.pfnDev != nullptr ? op.pfnDev(clean.calls[i], code) : op.dev;
+            if (op.eKind == kStatus) {
+                EXPECT_EQ(out.iChanged, expect.iResult);
+                EXPECT_TRUE(out.iResult == kNotReported || out.iResult == 0)
+                    << "report " << out.iResult;
+            } else {
+                EXPECT_EQ(out.iResult, expect.iResult);
+                EXPECT_TRUE(out.bHeaderOk);
+            }
+            for (const std::string &line : expect.logs) {
+                EXPECT_TRUE(Logged(line)) << "missing log line: " << line;
+            }
+            EXPECT_TRUE(CallsAmong(out, clean));
+            ExpectRecovered(cleanAgain);
+        }
+    }
+}
+
+// Applies the `index`-th removal below `parent` in document order: an element
+// removed, each of its attributes removed or left empty, a text emptied.
+bool RemovePart(pugi::xml_node parent, size_t &index, std::string &what) {
+    auto pick = [&index, &what](const std::string &description) {
+        what = description;
+        return index-- == 0;
+    };
+    for (pugi::xml_node part : parent.children()) {
+        const bool text = part.type() == pugi::node_pcdata;
+        if (pick(text ? std::string("empty text of ") + parent.name()
+                      : std::string("no element ") + part.name())) {
+            return parent.remove_child(part);
+        }
+        for (pugi::xml_attribute attr : part.attributes()) {
+            const std::string name = std::string(part.name()) + "@" + attr.name();
+            if (pick("no attribute " + name)) {
+                return part.remove_attribute(attr);
+            }
+            if (pick("empty attribute " + name)) {
+                return attr.set_value("");
+            }
+        }
+        if (RemovePart(part, index, what)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The request with its `index`-th part removed; false past the last. The
+// document is gone on return: the XML class's allocations are counted.
+bool Variant(const char *body, size_t index, std::string &text, std::string &what) {
+    pugi::xml_document doc;
+    doc.load_string(body);
+    if (!RemovePart(doc.document_element(), index, what)) {
+        return false;
+    }
+    std::ostringstream out;
+    doc.save(out, "", pugi::format_raw | pugi::format_no_declaration);
+    text = out.str();
+    return true;
+}
+
+class RequestPartsLoop : public FaultLoop {};
+
+TEST_P(RequestPartsLoop, AnyMissingPartIsAnsweredAsTheContractSays) {
+    const Operation &op = GetParam();
+    Prepare();
+    Run();
+    const Outcome cleanAgain = Run();
+    std::string text;
+    std::string what;
+    for (size_t i = 0; Variant(op.pszBody, i, text, what); ++i) {
+        SCOPED_TRACE(what + ": " + text);
+        Prepare();
+        const Outcome out = Run(false, text.c_str());
+        EXPECT_TRUE(out.bHeaderOk);
+        EXPECT_TRUE(Listed(op.results, out.iResult) || out.iResult == kResultBadRequest)
+            << "result " << out.iResult;
+        ExpectRecovered(cleanAgain);
+    }
+}
+
+std::vector<Operation> TakingRequests() {
+    std::vector<Operation> ops;
+    std::copy_if(Operations().begin(), Operations().end(), std::back_inserter(ops),
+                 [](const Operation &op) { return op.pszBody != nullptr; });
+    return ops;
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, AllocFaultLoop, ::testing::ValuesIn(Operations()), OpName);
+INSTANTIATE_TEST_SUITE_P(Operations, DeviceFaultLoop, ::testing::ValuesIn(Operations()), OpName);
+INSTANTIATE_TEST_SUITE_P(Operations, RequestPartsLoop, ::testing::ValuesIn(TakingRequests()),
+                         OpName);
+
+}  // namespace
+}  // namespace robust
