@@ -162,12 +162,12 @@ extern "C" int oqdev_timer_add_element(oqdev_timer *pstTimer, const char *pszNam
     try {
         oqsim::TimerJob job{0, pszName, iInterval, iMode, pfnJob};
         std::lock_guard<std::mutex> lock(g_lock);
-        if (g_timer.failAdd) {
-            return -1;
+        // A refused add is still shown, with the id the caller gets.
+        if (!g_timer.failAdd) {
+            job.id = g_timer.nextId;
+            g_timer.jobs.push_back(job);
+            id = g_timer.nextId++;
         }
-        job.id = g_timer.nextId;
-        g_timer.jobs.push_back(job);
-        id = g_timer.nextId++;
     } catch (...) {
         return -1;
     }

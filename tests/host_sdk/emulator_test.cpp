@@ -172,7 +172,7 @@ TEST_F(Emulator, DeviceInformationSleepLogClockAndObserverUntilReset) {
     EXPECT_EQ(oqsim::count_log("Send:0x490c\n"), 2);
     EXPECT_FALSE(oqsim::has_log(2, "Send:0x490c\n") || oqsim::has_log(1, "Send:0x490c"));
     EXPECT_TRUE(oqsim::has_log(4, "Content:" + std::string(5000, 'q') + "\n"));
-    EXPECT_EQ(seen.at(0), R"({"ev":"log","level":1,"text":"Send:0x490c\u000a"})");
+    EXPECT_EQ(seen.at(0), R"({"ev":"log","level":1,"text":"Send:0x490c\n"})");
     oqsim::clock_set(86400);
     oqsim::clock_advance(3600 + 60);
     time_t now = 0;
@@ -187,7 +187,7 @@ TEST_F(Emulator, DeviceInformationSleepLogClockAndObserverUntilReset) {
 
 TEST(HostSdkTexts, JsonQuotingAndTimesOfDay) {
     EXPECT_EQ(oqsim::json_quote(std::string("ü\"\\\x01\x1f\n\0", 8)),
-              R"("ü\"\\\u0001\u001f\u000a\u0000")");
+              R"("ü\"\\\u0001\u001f\n\u0000")");
     const std::pair<const char *, unsigned> cases[] = {
         {"00:00", 0},  {"08:30", 510}, {"8:30", 510}, {"23:59", 1439}, {"24:00", 1440},
         {"24:01", 0},  {"12:60", 0},   {"8:3", 0},    {"123:00", 0},   {"08:30 ", 0},
