@@ -1,7 +1,6 @@
 // Device records: the input becomes every runtime record the module fetches
 // (and, when asked, what the device writes back into the records it is
 // handed) while one status item or one request that reads records runs.
-//
 // Byte 0 picks the operation, byte 1 how the device behaves, the rest is the
 // record bytes, handed out front to back across the device calls.
 #include <algorithm>
@@ -11,30 +10,13 @@
 
 #include "harness.h"
 #include "oqdev_sim.h"
-#include "status/items.h"
 
 namespace {
 
 constexpr uint32_t kSeq = 77;
 
-using ItemFn = int (*)() noexcept;
-using ReportFn = int (*)(int) noexcept;
-struct Item {
-    ItemFn isChanged;
-    ReportFn report;
-};
-constexpr Item kItems[] = {
-    {&norla::DoorOpenRemindSwitch_IsChanged, &norla::DoorOpenRemindSwitch_Report},
-    {&norla::KeyVal_DoorFingerStore_IsChanged, &norla::KeyVal_DoorFingerStore_Report},
-    {&norla::KeyVal_DoorBellTone_IsChanged, &norla::KeyVal_DoorBellTone_Report},
-    {&norla::KeyVal_DoorPromptTone_IsChanged, &norla::KeyVal_DoorPromptTone_Report},
-    {&norla::KeyVal_DoorFaceUnlock_IsChanged, &norla::KeyVal_DoorFaceUnlock_Report},
-    {&norla::LockStatus_IsChanged, &norla::LockStatus_Report},
-    {&norla::PowerStatus_IsChanged, &norla::PowerStatus_Report},
-    {&norla::UnlockEvtRec_IsChanged, &norla::UnlockEvtRec_Report},
-    {&norla::UserInfo_IsChanged, &norla::UserInfo_Report},
-    {&norla::DoorAutoFaceUnlockPlan_IsChanged, &norla::DoorAutoFaceUnlockPlan_Report},
-};
+// Status items by id; the order is the inputs' numbering.
+constexpr int kItems[] = {66, 67, 68, 69, 97, 70, 73, 71, 72, 121};
 constexpr size_t kItemCount = sizeof kItems / sizeof kItems[0];
 
 // Requests whose answers are built from records the device hands back.
@@ -46,23 +28,20 @@ constexpr Request kRequests[] = {
     {20160, "<Request/>"},
     {18861, "<Request/>"},
     {18853, "<Request/>"},
-    {18857,
-     "<Request><OptType Type=\"1\" Index=\"1\"/><UserInfo><User Index=\"1\" Type=\"1\" "
-     "Name=\"alice\" RemarkName=\"owner\"/><Expire Enable=\"1\" Begin=\"2023-11-01 00:00:00\" "
-     "End=\"2024-11-01 00:00:00\"><DateList><Date Weekday=\"1,2\" Begin=\"07:00\" "
-     "End=\"22:00\" Num=\"-1\"/></DateList></Expire><Auth Pwd=\"1\" Card=\"0\" Finger=\"2\" "
-     "Face=\"1\"/></UserInfo></Request>"},
+    {18857, R"(<Request><OptType Type="1" Index="1"/><UserInfo><User Index="1" Type="1" )"
+            R"(Name="alice" RemarkName="owner"/><Expire Enable="1" Begin="2023-11-01 00:00:00" )"
+            R"(End="2024-11-01 00:00:00"><DateList><Date Weekday="1,2" Begin="07:00" )"
+            R"(End="22:00" Num="-1"/></DateList></Expire><Auth Pwd="1" Card="0" Finger="2" )"
+            R"(Face="1"/></UserInfo></Request>)"},
     {18859,
-     "<Request><OptType Type=\"0\"/><Info><User Name=\"courier\"/><Expire Begin=\"2023-11-14 "
-     "00:00:00\" End=\"2023-11-16 00:00:00\"/><Limit Num=\"2\"/></Info></Request>"},
-    {18855,
-     "<Request><OptType Type=\"0\"/><Plan Enable=\"1\" Weekday=\"1,5\"><DateList><Date "
-     "Begin=\"17:00\" End=\"19:30\"/></DateList><UserList><User Index=\"1\" "
-     "Name=\"alice\"/></UserList></Plan></Request>"},
+     R"(<Request><OptType Type="0"/><Info><User Name="courier"/><Expire )"
+     R"(Begin="2023-11-14 00:00:00" End="2023-11-16 00:00:00"/><Limit Num="2"/></Info></Request>)"},
+    {18855, R"(<Request><OptType Type="0"/><Plan Enable="1" Weekday="1,5"><DateList><Date )"
+            R"(Begin="17:00" End="19:30"/></DateList><UserList><User Index="1" )"
+            R"(Name="alice"/></UserList></Plan></Request>)"},
     {18849, "<Request><UserID>alice</UserID><Timeout>30</Timeout></Request>"},
-    {18731,
-     "<Request><Enable>1</Enable><Actor Channel=\"1\" PlanType=\"19\"/><Date "
-     "Weekday=\"1\"><Plan B=\"07:30\" E=\"08:30\"/></Date></Request>"},
+    {18731, R"(<Request><Enable>1</Enable><Actor Channel="1" PlanType="19"/><Date )"
+            R"(Weekday="1"><Plan B="07:30" E="08:30"/></Date></Request>)"},
 };
 constexpr size_t kRequestCount = sizeof kRequests / sizeof kRequests[0];
 
@@ -74,28 +53,22 @@ constexpr uint8_t kResultMask = 0x07;
 constexpr int kResults[] = {0, 0, 0, 0, -1, 4, 0x1004, 0x18001};
 
 struct Device {
-    const uint8_t *bytes = nullptr;
-    size_t size = 0;
-    size_t pos = 0;
-    bool tile = false;
-    bool writeBack = false;
-    int result = 0;
-};
-Device g_device;
+    const uint8_t *bytes;
+    size_t size, pos;
+    bool tile, writeBack;
+    int result;
+} g_device;
 
 // Hands out the next bytes of the input; without tiling what is left of the
 // record keeps the content the module gave it.
 void Fill(void *buf, uint32_t len) {
     auto *out = static_cast<uint8_t *>(buf);
-    size_t done = 0;
-    while (done < len && g_device.size != 0) {
-        if (g_device.pos == g_device.size) {
-            if (!g_device.tile) {
-                return;
-            }
-            g_device.pos = 0;
+    for (size_t done = 0; done < len && g_device.size != 0;) {
+        if (g_device.pos == g_device.size && !g_device.tile) {
+            return;
         }
-        size_t n = std::min(static_cast<size_t>(len) - done, g_device.size - g_device.pos);
+        g_device.pos %= g_device.size;
+        const size_t n = std::min<size_t>(len - done, g_device.size - g_device.pos);
         std::memcpy(out + done, g_device.bytes + g_device.pos, n);
         done += n;
         g_device.pos += n;
@@ -114,30 +87,27 @@ int GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
     return g_device.result;
 }
 
-void RunItem(const Item &item) {
-    if (item.isChanged() == 1) {
-        (void)item.report(0);
-    }
-    fuzz::CheckSent(0, 0);
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::Input in(data, size);
     const size_t op = in.Byte() % (kItemCount + kRequestCount);
     const uint8_t behaviour = in.Byte();
-    g_device = Device{};
-    g_device.bytes = in.Rest();
-    g_device.size = in.RestSize();
-    g_device.tile = (behaviour & kTileFlag) != 0;
-    g_device.writeBack = (behaviour & kWriteBackFlag) != 0;
-    g_device.result = kResults[(behaviour >> kResultShift) & kResultMask];
+    g_device = {in.Rest(),
+                in.RestSize(),
+                0,
+                (behaviour & kTileFlag) != 0,
+                (behaviour & kWriteBackFlag) != 0,
+                kResults[(behaviour >> kResultShift) & kResultMask]};
 
-    fuzz::ResetWorld();
     fuzz::StartModule({&RecvMsg, &GetRuntimeInfo});
     if (op < kItemCount) {
-        RunItem(kItems[op]);
+        for (const oqsim::StatusItem &item : oqsim::status_items()) {
+            if (item.reg.iStatusId == kItems[op] && item.reg.pfnIsChanged() == 1) {
+                (void)item.reg.pfnReport(0);
+            }
+        }
+        fuzz::CheckSent(0, 0);
     } else {
         const Request &req = kRequests[op - kItemCount];
         oqsim::deliver(req.cmd, kSeq, req.body);

@@ -1,5 +1,5 @@
 // Shared parts of the fuzz harnesses: a clean module and emulator per input,
-// a lean device application and the checks every message sent must pass.
+// heap accounting and the checks every message sent must pass.
 #ifndef FUZZ_HARNESS_H
 #define FUZZ_HARNESS_H
 
@@ -20,7 +20,9 @@ class Input {
     uint8_t Byte() { return m_pos < m_size ? m_data[m_pos++] : 0; }
     const uint8_t *Rest() const { return m_data + m_pos; }
     size_t RestSize() const { return m_size - m_pos; }
-    std::string RestText() const;
+    std::string RestText() const {
+        return std::string(reinterpret_cast<const char *>(Rest()), RestSize());
+    }
 
   private:
     const uint8_t *m_data;
@@ -28,17 +30,16 @@ class Input {
     size_t m_pos = 0;
 };
 
-// Tears the module down, returns the emulator and every status cache to the
-// start state and starts counting the module's heap blocks.
-void ResetWorld();
-// Starts the module with these callbacks; aborts when Init fails.
+// Tears the module down, resets the emulator, counts the module's heap blocks
+// from here on and starts the module with these callbacks, its status caches
+// in the start state; aborts when Init fails.
 void StartModule(const oqDevSDK_DoorLock_Callback_S &callbacks);
 // Tears the module down and aborts when it still holds heap blocks.
 void StopModule();
 
-// Aborts unless every message sent since the last reset re-parses, each
-// response carries a result its command may answer, and exactly one response
-// was sent, under `rspCmd` and `seq` (none when rspCmd is 0).
+// Aborts unless every message sent re-parses, each response carries a result
+// its command may answer, and exactly one response was sent, under `rspCmd`
+// and `seq` (none when rspCmd is 0).
 void CheckSent(int rspCmd, uint32_t seq);
 
 // Reports the broken rule and aborts, so that the fuzzer keeps the input.

@@ -30,25 +30,21 @@ constexpr int kVerifyShift = 5;
 constexpr uint8_t kVerifyMask = 0x03;
 constexpr uint8_t kPollFlag = 0x80;
 
-struct Device {
-    int recvResult = 0;
-    int getResult = 0;
-    uint32_t verifyResult = 0;
-};
-Device g_device;
+int g_recvResult = 0;
+int g_getResult = 0;
+uint32_t g_verifyResult = 0;
 
 int RecvMsg(oqDevSDK_DoorLock_Msg_S *msg) {
     if (msg->iType == OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY &&
         msg->uiLen >= sizeof(oqDevSDK_DoorLock_UserVerify_S)) {
-        auto *rec = static_cast<oqDevSDK_DoorLock_UserVerify_S *>(msg->pData);
-        rec->uiVerifyResult = g_device.verifyResult;
+        static_cast<oqDevSDK_DoorLock_UserVerify_S *>(msg->pData)->uiVerifyResult = g_verifyResult;
     }
-    return g_device.recvResult;
+    return g_recvResult;
 }
 
 int GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
-    if (g_device.getResult != 0) {
-        return g_device.getResult;
+    if (g_getResult != 0) {
+        return g_getResult;
     }
     std::memset(msg->pData, 0, msg->uiLen);
     return 0;
@@ -60,11 +56,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::Input in(data, size);
     const int cmd = kCommands[in.Byte() % kCommandCount];
     const uint8_t behaviour = in.Byte();
-    g_device.recvResult = kRecvResults[behaviour & kRecvMask];
-    g_device.getResult = kGetResults[(behaviour >> kGetShift) & kGetMask];
-    g_device.verifyResult = (behaviour >> kVerifyShift) & kVerifyMask;
+    g_recvResult = kRecvResults[behaviour & kRecvMask];
+    g_getResult = kGetResults[(behaviour >> kGetShift) & kGetMask];
+    g_verifyResult = (behaviour >> kVerifyShift) & kVerifyMask;
 
-    fuzz::ResetWorld();
     fuzz::StartModule({&RecvMsg, &GetRuntimeInfo});
     oqsim::deliver(cmd, kSeq, in.RestText());
     if ((behaviour & kPollFlag) != 0) {
