@@ -35,8 +35,8 @@ extern "C" {
 
 /* Results of the entry points. */
 #define OQDEVSDK_DOORLOCK_OK 0
-#define OQDEVSDK_DOORLOCK_ERR_FAILED 1       /* null argument or a failed start-up step */
-#define OQDEVSDK_DOORLOCK_ERR_NOT_INITED 2   /* module not inited */
+#define OQDEVSDK_DOORLOCK_ERR_FAILED 1     /* null argument or a failed start-up step */
+#define OQDEVSDK_DOORLOCK_ERR_NOT_INITED 2 /* module not inited */
 #define OQDEVSDK_DOORLOCK_ERR_ALREADY_INITED 3
 
 /*
@@ -45,7 +45,7 @@ extern "C" {
  * callee reads (Recv_Msg) or writes (Get_Runtime_Info) at most uiLen bytes.
  */
 typedef struct oqDevSDK_DoorLock_Msg_S {
-    int32_t iType;  /* type code, see the tables below */
+    int32_t iType; /* type code, see the tables below */
     void *pData;
     uint32_t uiLen; /* length of the record at pData in bytes */
 } oqDevSDK_DoorLock_Msg_S;
@@ -111,17 +111,18 @@ typedef struct oqDevSDK_DoorLock_SrvMsg_S {
 
 /* Type codes from the device (Get_Runtime_Info). The numbering is separate
  * from the one above: the same number names a different record. */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH 0 /* oqDevSDK_DoorLock_SwitchCfg_S, iSwitchIndex set by the module */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE 1  /* int32_t */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE 2     /* int32_t */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE 3   /* int32_t */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS 4   /* oqDevSDK_DoorLock_LockStatus_S */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS 5   /* oqDevSDK_DoorLock_UnlockEvtRecList_S */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO 6     /* oqDevSDK_DoorLock_UserInfo_S */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS 7   /* oqDevSDK_DoorLock_AlarmPlanList_S */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS 8     /* oqDevSDK_DoorLock_SnapPwdList_S */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS 9  /* oqDevSDK_DoorLock_PowerStatus_S */
-#define OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK 10  /* oqDevSDK_DoorLock_FaceUnlock_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH \
+    0 /* oqDevSDK_DoorLock_SwitchCfg_S, iSwitchIndex set by the module */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE 1    /* int32_t */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE 2       /* int32_t */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE 3     /* int32_t */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS 4     /* oqDevSDK_DoorLock_LockStatus_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS 5     /* oqDevSDK_DoorLock_UnlockEvtRecList_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO 6       /* oqDevSDK_DoorLock_UserInfo_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS 7     /* oqDevSDK_DoorLock_AlarmPlanList_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS 8       /* oqDevSDK_DoorLock_SnapPwdList_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS 9    /* oqDevSDK_DoorLock_PowerStatus_S */
+#define OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK 10    /* oqDevSDK_DoorLock_FaceUnlock_S */
 #define OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN 11 /* oqDevSDK_DoorLock_AutoFaceUnlockPlan_S */
 
 #define OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH_LEN 12u
@@ -142,7 +143,8 @@ typedef struct oqDevSDK_DoorLock_DLPower_S {
     uint8_t ucLowPercent; /* percent, the platform's value cut to 8 bits */
     uint8_t aucReserved[3];
 } oqDevSDK_DoorLock_DLPower_S;
-OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_DLPower_S) == OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER_LEN,
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_DLPower_S) ==
+                             OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER_LEN,
                          "DLPower record is 4 bytes");
 
 /* Door open remind switches: the lock has this many, index 0..7. */
@@ -155,7 +157,8 @@ typedef struct oqDevSDK_DoorLock_SwitchCfg_S {
     int32_t iEnable;
     int32_t iChannel;
 } oqDevSDK_DoorLock_SwitchCfg_S;
-OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SwitchCfg_S) == OQDEVSDK_DOORLOCK_TO_DEV_SWITCH_LEN,
+OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SwitchCfg_S) ==
+                             OQDEVSDK_DOORLOCK_TO_DEV_SWITCH_LEN,
                          "switch record is 12 bytes");
 OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SwitchCfg_S) ==
                              OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH_LEN,
@@ -263,16 +266,17 @@ OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_UserDate_S) == OQDEVSDK_DOORLO
                          "user time slot is 28 bytes");
 OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UserDate_S, ucWeekday) == 16,
                          "time slot: ucWeekday at 16");
-OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UserDate_S, iNum) == 20, "time slot: iNum at 20");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UserDate_S, iNum) == 20,
+                         "time slot: iNum at 20");
 
 /* One user of the lock. */
 typedef struct oqDevSDK_DoorLock_User_S {
     uint16_t usIndex; /* 0-based */
     uint8_t ucType;
-    uint8_t ucExpireEnable; /* validity period in force */
+    uint8_t ucExpireEnable;                             /* validity period in force */
     char szName[OQDEVSDK_DOORLOCK_USER_NAME_LEN];       /* zero-terminated */
     char szRemarkName[OQDEVSDK_DOORLOCK_USER_NAME_LEN]; /* zero-terminated */
-    uint32_t uiBeginTime; /* validity, seconds since the epoch */
+    uint32_t uiBeginTime;                               /* validity, seconds since the epoch */
     uint32_t uiEndTime;
     uint16_t usDateNum; /* slots of astDate in use, 0..OQDEVSDK_DOORLOCK_MAX_USER_DATES */
     uint8_t aucReserved[2];
@@ -291,7 +295,8 @@ OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, uiBeginTime) == 132,
                          "user: uiBeginTime at 132");
 OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, usDateNum) == 140,
                          "user: usDateNum at 140");
-OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, astDate) == 144, "user: astDate at 144");
+OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, astDate) == 144,
+                         "user: astDate at 144");
 OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_User_S, usPwdNum) == 256,
                          "user: usPwdNum at 256");
 
@@ -319,7 +324,7 @@ typedef struct oqDevSDK_DoorLock_SetUserCfg_S {
     int32_t iContentsAction; /* OQDEVSDK_DOORLOCK_USER_NO_CONTENTS when absent */
     uint8_t ucContentAction;
     uint8_t ucContentType;
-    uint16_t usContentIndex; /* 0-based */
+    uint16_t usContentIndex;                               /* 0-based */
     char szContentStr[OQDEVSDK_DOORLOCK_USER_CONTENT_LEN]; /* zero-terminated */
 } oqDevSDK_DoorLock_SetUserCfg_S;
 OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_SetUserCfg_S) ==

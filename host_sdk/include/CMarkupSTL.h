@@ -13,7 +13,7 @@
 #include <string>
 
 class CMarkupSTL {
-public:
+  public:
     CMarkupSTL() noexcept;
     explicit CMarkupSTL(const char *pszDoc) noexcept;
     ~CMarkupSTL();
@@ -63,7 +63,7 @@ public:
     // The tag name of the main element; empty without a main position.
     std::string GetTagName() const noexcept;
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> m_pImpl;
 };

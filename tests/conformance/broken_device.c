@@ -6,9 +6,9 @@
 
 #include "oqDevSDK_door_lock.h"
 
-#define BROKEN_SLOW_MS 300       /* beyond the check's bound of one call */
-#define BROKEN_ERROR 0x18000     /* answered to a setting it should take */
-#define BROKEN_SIGNAL_STEP 20    /* more drift than the module ignores */
+#define BROKEN_SLOW_MS 300    /* beyond the check's bound of one call */
+#define BROKEN_ERROR 0x18000  /* answered to a setting it should take */
+#define BROKEN_SIGNAL_STEP 20 /* more drift than the module ignores */
 
 static int g_signal = 40;
 static oqDevSDK_DoorLock_FaceUnlock_S g_face = {1, 2};
