@@ -27,6 +27,13 @@ extern "C" {
 #define OQDEVSDK_DOORLOCK_API
 #endif
 
+/* Nothing the entry points do can throw into a C++ caller. */
+#if defined(__cplusplus)
+#define OQDEVSDK_DOORLOCK_NOEXCEPT noexcept
+#else
+#define OQDEVSDK_DOORLOCK_NOEXCEPT
+#endif
+
 #if defined(__cplusplus)
 #define OQDEVSDK_DOORLOCK_ASSERT(cond, msg) static_assert(cond, msg)
 #else
@@ -564,13 +571,14 @@ OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_AutoFaceUnlockPlan_S, astDay
  * then torn down completely and Init may be called again); 3 when already
  * inited.
  */
-OQDEVSDK_DOORLOCK_API int oqDevSDK_DoorLock_Init(oqDevSDK_DoorLock_InitInfo_S *pstInitInfo);
+OQDEVSDK_DOORLOCK_API int oqDevSDK_DoorLock_Init(oqDevSDK_DoorLock_InitInfo_S *pstInitInfo)
+    OQDEVSDK_DOORLOCK_NOEXCEPT;
 
 /*
  * Shuts the module down when it is inited; otherwise logs
  * "DoorLock domain has not inited." and does nothing.
  */
-OQDEVSDK_DOORLOCK_API void oqDevSDK_DoorLock_Fini(void);
+OQDEVSDK_DOORLOCK_API void oqDevSDK_DoorLock_Fini(void) OQDEVSDK_DOORLOCK_NOEXCEPT;
 
 /*
  * Reserved hook for messages of the device application's own; no message type
@@ -578,7 +586,8 @@ OQDEVSDK_DOORLOCK_API void oqDevSDK_DoorLock_Fini(void);
  * Returns 1 for a null argument, 2 when the module is not inited, 1 for every
  * message type otherwise.
  */
-OQDEVSDK_DOORLOCK_API int oqDevSDK_DoorLock_Send2Srv_Msg(oqDevSDK_DoorLock_SrvMsg_S *pstMsg);
+OQDEVSDK_DOORLOCK_API int oqDevSDK_DoorLock_Send2Srv_Msg(oqDevSDK_DoorLock_SrvMsg_S *pstMsg)
+    OQDEVSDK_DOORLOCK_NOEXCEPT;
 
 #ifdef __cplusplus
 }

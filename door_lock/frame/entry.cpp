@@ -56,7 +56,7 @@ using norla::kLogWarn;
 // bInited is never set: the module is only ever torn down by a failed Init, a
 // second Init runs every step again and the other entry points answer as if
 // the module had not been started.
-int oqDevSDK_DoorLock_Init(oqDevSDK_DoorLock_InitInfo_S *pstInitInfo) {
+int oqDevSDK_DoorLock_Init(oqDevSDK_DoorLock_InitInfo_S *pstInitInfo) noexcept {
     if (pstInitInfo == nullptr) {
         oqdev_debug(kLogError, "NULL input param.\n");
         return OQDEVSDK_DOORLOCK_ERR_FAILED;
@@ -89,7 +89,7 @@ int oqDevSDK_DoorLock_Init(oqDevSDK_DoorLock_InitInfo_S *pstInitInfo) {
     return OQDEVSDK_DOORLOCK_OK;
 }
 
-void oqDevSDK_DoorLock_Fini(void) {
+void oqDevSDK_DoorLock_Fini(void) noexcept {
     if (g_stCtrlObj.bInited != 1) {
         oqdev_debug(kLogWarn, "DoorLock domain has not inited.\n");
         return;
@@ -97,7 +97,7 @@ void oqDevSDK_DoorLock_Fini(void) {
     norla::DoorLock_Module_Fini();
 }
 
-int oqDevSDK_DoorLock_Send2Srv_Msg(oqDevSDK_DoorLock_SrvMsg_S *pstMsg) {
+int oqDevSDK_DoorLock_Send2Srv_Msg(oqDevSDK_DoorLock_SrvMsg_S *pstMsg) noexcept {
     if (pstMsg == nullptr) {
         oqdev_debug(kLogError, "NULL input param.\n");
         return OQDEVSDK_DOORLOCK_ERR_FAILED;
