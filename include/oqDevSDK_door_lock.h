@@ -534,8 +534,9 @@ OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_UserVerify_S) ==
 OQDEVSDK_DOORLOCK_ASSERT(offsetof(oqDevSDK_DoorLock_UserVerify_S, uiTimeout) == 32,
                          "user verification record: uiTimeout at 32");
 
-/* A time slot of the auto face unlock plan, in minutes since midnight. Both
- * values 0: the slot is empty. */
+/* A time slot of the auto face unlock plan. Times of day are numbers in the
+ * host SDK's encoding of "HH:MM" (the emulated SDK uses minutes since
+ * midnight). Both values 0: the slot is empty. */
 typedef struct oqDevSDK_DoorLock_FacePlanSlot_S {
     uint32_t uiBegin;
     uint32_t uiEnd;
