@@ -13,8 +13,6 @@ DoorLock_InnerCtrl_S g_stInnerCtrl = {0, {0}, {0}};
 
 namespace {
 
-constexpr int kEndOfItems = 0;
-
 struct DoorLock_StatusItem_S {
     int iStatusId;
     oqdev_status_is_changed_fn pfnIsChanged;
@@ -23,8 +21,7 @@ struct DoorLock_StatusItem_S {
 };
 
 // Registration (and unregistration) order, power before lock status; one row
-// per line. An item without a row is never registered, so nothing is reported
-// for it.
+// per line.
 // clang-format off
 constexpr DoorLock_StatusItem_S kStatusItems[] = {
     {kStatusSwitches, &DoorOpenRemindSwitch_IsChanged, &DoorOpenRemindSwitch_Report, &DoorOpenRemindSwitch_Reset},
@@ -37,7 +34,6 @@ constexpr DoorLock_StatusItem_S kStatusItems[] = {
     {kStatusUserInfo, &UserInfo_IsChanged, &UserInfo_Report, &UserInfo_Reset},
     {kStatusFaceUnlock, &KeyVal_DoorFaceUnlock_IsChanged, &KeyVal_DoorFaceUnlock_Report, &KeyVal_DoorFaceUnlock_Reset},
     {kStatusAutoFacePlan, &DoorAutoFaceUnlockPlan_IsChanged, &DoorAutoFaceUnlockPlan_Report, &DoorAutoFaceUnlockPlan_Reset},
-    {kEndOfItems, nullptr, nullptr, nullptr},
 };
 // clang-format on
 
@@ -53,9 +49,6 @@ int DoorLock_Func_Init() noexcept {
     std::memset(&reg, 0, sizeof reg);
     oqDevSDK_report_status_init();
     for (const DoorLock_StatusItem_S &item : kStatusItems) {
-        if (item.iStatusId == kEndOfItems) {
-            break;
-        }
         reg.iStatusId = item.iStatusId;
         reg.pfnIsChanged = item.pfnIsChanged;
         reg.pfnReport = item.pfnReport;
@@ -74,9 +67,6 @@ void DoorLock_Func_Fint() noexcept {
     oqdev_status_reg_s reg;
     std::memset(&reg, 0, sizeof reg);
     for (const DoorLock_StatusItem_S &item : kStatusItems) {
-        if (item.iStatusId == kEndOfItems) {
-            break;
-        }
         reg.iStatusId = item.iStatusId;
         oqDevSDK_report_status_unregister(&reg);
     }

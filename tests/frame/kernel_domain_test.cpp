@@ -133,4 +133,14 @@ TEST_F(KernelDomainTest, UnknownIdsOnlyLogTheirArrival) {
     EXPECT_TRUE(HasLog(1, "NULL input param!"));
 }
 
+TEST_F(KernelDomainTest, StartStopAndNullEventOnlyLog) {
+    EXPECT_EQ(norla::DoorLock_extend_start_cb(nullptr), 0);
+    EXPECT_EQ(norla::DoorLock_extend_stop_cb(nullptr), 0);
+    EXPECT_EQ(norla::DoorLock_extend_event_cb(nullptr, nullptr), -1);
+    EXPECT_TRUE(HasLog(3, "DoorLock_extend_start_cb"));
+    EXPECT_TRUE(HasLog(3, "DoorLock_extend_stop_cb"));
+    EXPECT_TRUE(HasLog(1, "NULL input param!"));
+    EXPECT_EQ(norla::DoorLock_GetRegisterStatus(), 0);
+}
+
 }  // namespace

@@ -109,4 +109,28 @@ TEST_F(CodecsTest, DateTextsAndTimesInLocalTime) {
     oqsim::set_tz("UTC");
 }
 
+// Callers hand in fixed buffers, but a null pointer or an oversized length
+// must neither crash nor write past the text.
+TEST_F(CodecsTest, NullArgumentsAndOversizedBuffers) {
+    norla::WeekDay_Data2Str(0x7F, nullptr, norla::kDateStrLen);
+    EXPECT_TRUE(HasLog(1, "String buf is not enough, Before checking last bit of weekday."));
+    char days[norla::kDateStrLen];
+    norla::WeekDay_Data2Str(0x7F, days, ~0u);
+    EXPECT_STREQ(days, "1,2,3,4,5,6,7");
+    uint8_t mask = 0x10;
+    norla::WeekDay_Str2Data(nullptr, &mask);
+    norla::WeekDay_Str2Data("1", nullptr);
+    EXPECT_EQ(mask, 0x10);
+
+    char buf[2 * norla::kDateStrLen];
+    std::memset(buf, 'X', sizeof buf);
+    const int32_t epoch = 0;
+    EXPECT_EQ(norla::GetDateStrFromTime(nullptr, buf, sizeof buf), 0);
+    EXPECT_STREQ(buf, "");
+    EXPECT_EQ(norla::GetDateStrFromTime(&epoch, nullptr, sizeof buf), 0);
+    EXPECT_EQ(norla::GetDateStrFromTime(&epoch, buf, 0), 0);
+    EXPECT_EQ(norla::GetDateStrFromTime(&epoch, buf, sizeof buf), 0);
+    EXPECT_STREQ(buf, "1970-01-01 00:00:00");
+}
+
 }  // namespace
