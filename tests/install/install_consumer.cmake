@@ -1,12 +1,6 @@
 # Run by ctest: install into WORK_DIR/prefix, then build and run the consumer
 # with find_package and with pkg-config.
-function(run what)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
-    if(NOT rc EQUAL 0)
-        message(FATAL_ERROR "${what} failed (${rc}):\n${out}")
-    endif()
-    set(last_output "${out}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/run_step.cmake)
 
 set(prefix ${WORK_DIR}/prefix)
 file(REMOVE_RECURSE ${WORK_DIR})

@@ -2,13 +2,7 @@
 # another library name, the public host headers beside it), builds the module
 # against it with DOORLOCK_HOST_SDK_DIR, and checks that the module links that
 # library and that nothing of the emulator is built or installed.
-function(run what)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
-    if(NOT rc EQUAL 0)
-        message(FATAL_ERROR "${what} failed (${rc}):\n${out}")
-    endif()
-    set(last_output "${out}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/run_step.cmake)
 
 set(sdk ${WORK_DIR}/sdk)
 file(REMOVE_RECURSE ${WORK_DIR})
