@@ -17,7 +17,6 @@ namespace {
 
 constexpr int kResultFailed = 4;
 constexpr unsigned int kWeekdayTextLen = 32;
-constexpr std::size_t kClockTextLen = 16;
 
 // Slot-indexed messages of the lists.
 constexpr Missing InSlot(int slot) noexcept {
@@ -130,9 +129,8 @@ bool AddDates(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) no
          ++i) {
         const oqDevSDK_DoorLock_AlarmPeriod_S &period = plan.astDate[i];
         ok = rsp.x_AddElem("Date") &&
-             SetHourMinuteAttrib(rsp, "Begin", period.iBeginHour, period.iBeginMinute,
-                                 kClockTextLen) &&
-             SetHourMinuteAttrib(rsp, "End", period.iEndHour, period.iEndMinute, kClockTextLen);
+             SetHourMinuteAttrib(rsp, "Begin", period.iBeginHour, period.iBeginMinute) &&
+             SetHourMinuteAttrib(rsp, "End", period.iEndHour, period.iEndMinute);
     }
     return rsp.OutOfElem() && ok;
 }

@@ -34,7 +34,6 @@ constexpr UserRefusal kUserRefusals[] = {
 constexpr int kOptNoIndex = 0;
 constexpr int32_t kUnlimited = OQDEVSDK_DOORLOCK_USER_UNLIMITED;
 // "HH:MM" of a time slot; room for any two ints.
-constexpr std::size_t kHourMinuteLen = 32;
 
 // Slot-indexed messages of a time slot: only Weekday has no full stop.
 constexpr Missing InSlot(int index, bool fullStop = true) noexcept {
@@ -258,8 +257,8 @@ bool FillDate(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserDate_S &date) noexcep
     char weekday[kDateStrLen] = {};
     WeekDay_Data2Str(date.ucWeekday, weekday, sizeof weekday);
     return xml.x_AddElem("Date") &&
-           SetHourMinuteAttrib(xml, "Begin", date.iBeginHour, date.iBeginMinute, kHourMinuteLen) &&
-           SetHourMinuteAttrib(xml, "End", date.iEndHour, date.iEndMinute, kHourMinuteLen) &&
+           SetHourMinuteAttrib(xml, "Begin", date.iBeginHour, date.iBeginMinute) &&
+           SetHourMinuteAttrib(xml, "End", date.iEndHour, date.iEndMinute) &&
            xml.x_SetAttrib("Weekday", weekday) && xml.x_SetAttrib("Num", date.iNum) &&
            xml.x_SetAttrib("Available", date.iNum == kUnlimited ? kUnlimited : date.iAvailable);
 }

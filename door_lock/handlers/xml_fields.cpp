@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kDecimal = 10;
 constexpr std::size_t kIndexTextLen = 32;
+constexpr std::size_t kHourMinuteTextLen = 32;
 constexpr const char *kDevSerialKey = "dev_subserial";
 
 // The scan writes straight into the record's fields.
@@ -84,10 +85,10 @@ void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) noe
     std::sscanf(text.c_str(), "%02d:%02d", hour, minute);
 }
 
-bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute,
-                         std::size_t width) noexcept {
-    char text[kHourMinuteMaxWidth] = {};
-    std::snprintf(text, width < sizeof text ? width : sizeof text, "%02d:%02d", hour, minute);
+bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept {
+    // Room for "-2147483648:-2147483648".
+    char text[kHourMinuteTextLen] = {};
+    std::snprintf(text, sizeof text, "%02d:%02d", hour, minute);
     return xml.x_SetAttrib(name, text);
 }
 

@@ -43,12 +43,9 @@ bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
 // "HH:MM" into hour and minute; a part that does not scan is left as it was.
 void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) noexcept;
 
-// Sets an "HH:MM" attribute, cut to `width` - 1 characters (at most
-// kHourMinuteMaxWidth): the lists differ in how much of a garbage hour they
-// keep.
-constexpr std::size_t kHourMinuteMaxWidth = 32;
-bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute,
-                         std::size_t width) noexcept;
+// Sets an "HH:MM" attribute; a garbage hour or minute the lock reports is
+// printed whole.
+bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept;
 
 // Adds Index with the one-based number of a device slot index.
 bool AddIndexElem(CMarkupSTL &xml, uint16_t index) noexcept;

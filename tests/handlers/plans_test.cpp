@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <numeric>
@@ -217,6 +218,20 @@ TEST_F(PlansTest, AlarmPlanListHoldsAtMostEightPlansWithinTheirArrays) {
         const std::string rsp = Run(kQueryAlarms, "");
         EXPECT_TRUE(rsp == want + "</Response>") << count << " plans: " << rsp.substr(0, 300);
     }
+}
+
+// Whatever the lock reports as a time of day goes out whole, as in the user
+// list.
+TEST_F(PlansTest, AlarmPlanListPrintsExtremeTimesWhole) {
+    auto list = MakeAlarmList(1);
+    list->astPlan[0].usDateNum = 1;
+    list->astPlan[0].usUserNum = 0;
+    list->astPlan[0].astDate[0] = {INT32_MIN, INT32_MIN, INT32_MAX, -1};
+    Device().SetRuntime(kAlarmList, *list);
+    EXPECT_EQ(Run(kQueryAlarms, ""),
+              "<Response><Result>0</Result><Plan Index=\"1\" Enable=\"1\" Weekday=\"6,7\">"
+              "<DateList><Date Begin=\"-2147483648:-2147483648\" End=\"2147483647:-1\"/>"
+              "</DateList><UserList/></Plan></Response>");
 }
 
 // Memory that runs out half way through the plans is answered with 4, never
