@@ -14,6 +14,7 @@ install(TARGETS oqDevSDK_door_lock EXPORT oqDevSDK_door_lockTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/oqDevSDK_door_lock.h
+              ${PROJECT_SOURCE_DIR}/include/oqDevSDK_door_lock_device.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 # Built against the emulated host SDK, the module needs the emulator at run

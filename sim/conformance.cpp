@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "device_lib.h"
+#include "device_library.h"
 #include "lock.h"
 #include "records.h"
 
@@ -763,13 +763,14 @@ int ConformanceMain(const std::string &devicePath, FILE *out, FILE *err) {
                    ? 0
                    : kExitNonConforming;
     }
-    oqDevSDK_DoorLock_Callback_S device{};
+    devlib::DeviceLibrary device;
     std::string why;
-    if (!LoadDeviceLibrary(devicePath, &device, &why)) {
+    if (!devlib::Load(devicePath, &device, &why)) {
         std::fprintf(err, "doorlock-sim: cannot use %s: %s\n", devicePath.c_str(), why.c_str());
         return kExitNoDevice;
     }
-    return RunConformance(device, devicePath, kCallBound, out) == 0 ? 0 : kExitNonConforming;
+    return RunConformance(device.callbacks, devicePath, kCallBound, out) == 0 ? 0
+                                                                             : kExitNonConforming;
 }
 
 }  // namespace dlsim

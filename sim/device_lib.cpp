@@ -1,7 +1,5 @@
 #include "device_lib.h"
 
-#include <dlfcn.h>
-
 #include <atomic>
 #include <vector>
 
@@ -9,8 +7,6 @@
 
 namespace dlsim {
 namespace {
-
-using DeviceEntry = oqDevSDK_DoorLock_Callback_S (*)();
 
 // Init is a plain function pointer in ModuleApi, so what it needs lives here.
 struct Installed {
@@ -50,26 +46,6 @@ int InitWithDevice(oqDevSDK_DoorLock_InitInfo_S *info) {
 }
 
 }  // namespace
-
-bool LoadDeviceLibrary(const std::string &path, oqDevSDK_DoorLock_Callback_S *callbacks,
-                       std::string *why) {
-    void *handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
-        *why = dlerror();
-        return false;
-    }
-    auto entry = reinterpret_cast<DeviceEntry>(dlsym(handle, kDeviceEntryPoint));
-    if (entry == nullptr) {
-        *why = path + " does not export " + kDeviceEntryPoint;
-        return false;
-    }
-    *callbacks = entry();
-    if (callbacks->Recv_Msg == nullptr || callbacks->Get_Runtime_Info == nullptr) {
-        *why = std::string(kDeviceEntryPoint) + " of " + path + " handed back a null callback";
-        return false;
-    }
-    return true;
-}
 
 ModuleApi WithDevice(const ModuleApi &api, const oqDevSDK_DoorLock_Callback_S &device,
                      Transcript *transcript) {

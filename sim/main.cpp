@@ -12,6 +12,7 @@
 
 #include "conformance.h"
 #include "device_lib.h"
+#include "device_library.h"
 #include "lock.h"
 #include "player.h"
 #include "transcript.h"
@@ -125,14 +126,14 @@ int main(int argc, char **argv) {
         opt.json ? dlsim::MakeJsonTranscript(stdout) : dlsim::MakeHumanTranscript(stdout, colour);
     dlsim::Lock lock;
     if (!opt.device.empty()) {
-        oqDevSDK_DoorLock_Callback_S device{};
+        devlib::DeviceLibrary device;
         std::string why;
-        if (!dlsim::LoadDeviceLibrary(opt.device, &device, &why)) {
+        if (!devlib::Load(opt.device, &device, &why)) {
             std::fprintf(stderr, "doorlock-sim: cannot use %s: %s\n", opt.device.c_str(),
                          why.c_str());
             return kExitUsage;
         }
-        api = dlsim::WithDevice(api, device, transcript.get());
+        api = dlsim::WithDevice(api, device.callbacks, transcript.get());
     }
     dlsim::Player player(api, lock, *transcript);
     const std::string name = opt.scenario == "-" ? "<stdin>" : opt.scenario;

@@ -2,6 +2,8 @@
 /* clang-format off */
 #include "oqDevSDK_door_lock.h"
 #include "oqDevSDK_door_lock.h"
+#include "oqDevSDK_door_lock_device.h"
+#include "oqDevSDK_door_lock_device.h"
 /* clang-format on */
 
 int header_c_send_null(void);

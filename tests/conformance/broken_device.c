@@ -4,7 +4,7 @@
 #include <string.h>
 #include <time.h>
 
-#include "oqDevSDK_door_lock.h"
+#include "oqDevSDK_door_lock_device.h"
 
 #define BROKEN_SLOW_MS 300    /* beyond the check's bound of one call */
 #define BROKEN_ERROR 0x18000  /* answered to a setting it should take */
@@ -93,9 +93,6 @@ static int GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
             return 0;
     }
 }
-
-__attribute__((visibility("default"))) oqDevSDK_DoorLock_Callback_S
-oqDevSDK_DoorLock_DeviceCallbacks(void);
 
 oqDevSDK_DoorLock_Callback_S oqDevSDK_DoorLock_DeviceCallbacks(void) {
     oqDevSDK_DoorLock_Callback_S callbacks = {RecvMsg, GetRuntimeInfo};
