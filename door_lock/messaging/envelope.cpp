@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,7 @@ namespace norla {
 namespace {
 
 constexpr int kDecimal = 10;
+constexpr std::size_t kIntTextLen = 16;
 constexpr const char *kDevSerialKey = "dev_subserial";
 
 struct DoorLock_BusPlt_CtrlObj_S {
@@ -24,9 +26,11 @@ struct DoorLock_BusPlt_CtrlObj_S {
 DoorLock_BusPlt_CtrlObj_S g_stBusPlt_CtrlObj = {0};
 pthread_mutex_t g_hLock_BusPlat = PTHREAD_MUTEX_INITIALIZER;
 
-// The document class writes ints as "%d" would, without a printf.
+// Element text takes only text on every host; to_chars needs no locale.
 bool SetResultText(CMarkupSTL &xml, int code) noexcept {
-    return xml.x_SetData(code);
+    char text[kIntTextLen];
+    *std::to_chars(text, text + sizeof text - 1, code).ptr = '\0';
+    return xml.x_SetData(text);
 }
 
 // A private, zero-terminated copy of the document text: the kernel may keep
@@ -66,7 +70,7 @@ int DoorLock_xml_init_rsp(CMarkupSTL &xml) noexcept {
     xml.SetDoc(kXmlDeclaration);
     xml.x_AddElem("Response");
     xml.IntoElem();
-    xml.x_AddElem("Result", kResultOk);
+    xml.x_AddElem("Result", "0");
     return 0;
 }
 
@@ -78,8 +82,7 @@ int DoorLock_xml_set_result(CMarkupSTL &xml, int code) noexcept {
 }
 
 int DoorLock_xml_get_result(CMarkupSTL &xml) noexcept {
-    xml.ResetPos();
-    if (!xml.FindElem("Response")) {
+    if (!xml.FindElem("Response", true)) {
         oqdev_debug(kLogError, "Failed to find elem:Response\n");
         return -1;
     }

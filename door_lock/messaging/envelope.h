@@ -20,8 +20,9 @@ int DoorLock_xml_init_req(CMarkupSTL &xml) noexcept;
 int DoorLock_xml_init_rsp(CMarkupSTL &xml) noexcept;
 // Non-zero when the code was written into Result; 0 when there is no Result.
 int DoorLock_xml_set_result(CMarkupSTL &xml, int code) noexcept;
-// 0 for a successful platform response (position left on Result), the
-// platform's code for a failed one, -1 for a malformed one.
+// Reads a document just set: 0 for a successful platform response (position
+// left on Result), the platform's code for a failed one, -1 for a malformed
+// one.
 int DoorLock_xml_get_result(CMarkupSTL &xml) noexcept;
 
 // 0 sent, -1 refused by the kernel (or the document could not be printed).

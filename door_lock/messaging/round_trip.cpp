@@ -26,9 +26,9 @@ int SendResponse(CMarkupSTL &response, int rspCmd, const char *version, unsigned
 // before the request reaches its handler (and the device), so that a document
 // a failed allocation left half built never goes out; the document class
 // removes no element, so what the handler adds cannot break the skeleton.
+// Leaving the root fails when it was never entered.
 bool ResponseReady(CMarkupSTL &response) noexcept {
-    response.ResetPos();
-    return response.FindElem("Response", true) && response.IntoElem() &&
+    return response.OutOfElem() && response.FindElem("Response", true) && response.IntoElem() &&
            response.FindElem("Result", true);
 }
 
