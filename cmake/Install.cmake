@@ -53,3 +53,10 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/oqDevSDK_door_lock.pc.in
                ${PROJECT_BINARY_DIR}/oqDevSDK_door_lock.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/oqDevSDK_door_lock.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The reference device application, for an integrator to start from.
+install(FILES ${PROJECT_SOURCE_DIR}/examples/device_app/CMakeLists.txt
+              ${PROJECT_SOURCE_DIR}/examples/device_app/Makefile
+              ${PROJECT_SOURCE_DIR}/examples/device_app/main.c
+              ${PROJECT_SOURCE_DIR}/examples/device_app/door_lock_device.c
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/device_app)
