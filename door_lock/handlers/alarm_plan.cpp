@@ -50,11 +50,11 @@ int ParseUsers(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept 
             break;
         }
         oqDevSDK_DoorLock_AlarmUser_S &user = rec->astUser[slot];
-        long index = 0;
-        if (!ReadRequiredLong(req, "Index", index, InSlot(slot))) {
+        int32_t index = 0;
+        if (!ReadRequiredInt(req, "Index", index, InSlot(slot))) {
             return -1;
         }
-        user.usIndex = static_cast<uint16_t>(index - 1);
+        user.usIndex = ToSlotIndex(index);
         std::string name;
         if (!ReadRequiredAttrib(req, "Name", name, InSlot(slot))) {
             return -1;
@@ -66,8 +66,8 @@ int ParseUsers(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept 
 }
 
 int ParsePlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
-    long enable = 0;
-    if (!FindRequiredElem(req, "Plan", false) || !ReadRequiredLong(req, "Enable", enable)) {
+    int32_t enable = 0;
+    if (!FindRequiredElem(req, "Plan", false) || !ReadRequiredInt(req, "Enable", enable)) {
         return -1;
     }
     rec->ucEnable = static_cast<uint8_t>(enable);
@@ -100,17 +100,17 @@ int ParsePlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
 // Every non-zero code but delete reads a whole plan, as a change does.
 int ParseSetNotBackAlarmPlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
     // The body starts before the UserDefine element the round trip appended.
-    long value = 0;
-    if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredLong(req, "Type", value)) {
+    int32_t value = 0;
+    if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredInt(req, "Type", value)) {
         return -1;
     }
     rec->ucOptType = static_cast<uint8_t>(value);
     rec->usIndex = 0;
     if (rec->ucOptType != OQDEVSDK_DOORLOCK_OPT_CREATE) {
-        if (!ReadRequiredLong(req, "Index", value)) {
+        if (!ReadRequiredInt(req, "Index", value)) {
             return -1;
         }
-        rec->usIndex = static_cast<uint16_t>(value - 1);
+        rec->usIndex = ToSlotIndex(value);
         if (rec->ucOptType == OQDEVSDK_DOORLOCK_OPT_DELETE) {
             return 0;
         }

@@ -1,11 +1,11 @@
 #include "handlers/codecs.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <limits>
 
+#include "messaging/number_text.h"
 #include "oqdev_log.h"
 
 namespace norla {
@@ -85,7 +85,7 @@ void WeekDay_Str2Data(const char *text, uint8_t *mask) noexcept {
     for (char *piece = strtok_r(work, ",", &save); piece != nullptr;
          piece = strtok_r(nullptr, ",", &save)) {
         // Only the low 8 bits count: 263 is read as 7 and -255 as 1.
-        auto day = static_cast<uint8_t>(std::strtol(piece, nullptr, 10));
+        auto day = static_cast<uint8_t>(NumText_ToLong(piece));
         if (day == kSundayNumber) {
             *mask = static_cast<uint8_t>(*mask | kSundayBit);
         } else if (day >= kFirstWorkday && day <= kLastWeekday) {
@@ -99,14 +99,13 @@ void WeekDay_Str2Data(const char *text, uint8_t *mask) noexcept {
 int32_t GetTimeFromDateStr(const char *text) noexcept {
     struct tm parts;
     std::memset(&parts, 0, sizeof parts);
-    int year = 0;
-    int month = 0;
-    if (text != nullptr) {
-        std::sscanf(text, "%d-%d-%d %d:%d:%d", &year, &month, &parts.tm_mday, &parts.tm_hour,
-                    &parts.tm_min, &parts.tm_sec);
-    }
-    // Numbers at the ends of int (sscanf's reading of huge texts) cannot be
-    // shifted into the struct tm fields; no such date fits 32-bit seconds.
+    int32_t year = 0;
+    int32_t month = 0;
+    int32_t *const fields[] = {&year, &month, &parts.tm_mday, &parts.tm_hour, &parts.tm_min,
+                               &parts.tm_sec};
+    (void)NumText_Scan(text, "%d-%d-%d %d:%d:%d", fields, 6);
+    // Numbers at the ends of int (huge texts saturate) cannot be shifted into
+    // the struct tm fields; no such date fits 32-bit seconds.
     if (year < std::numeric_limits<int>::min() + kTmYearBase ||
         month == std::numeric_limits<int>::min()) {
         return kInvalidTime;

@@ -57,11 +57,9 @@ int ParseCreate(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) noexcept {
         return -1;
     }
     rec->uiEndTime = static_cast<uint32_t>(GetTimeFromDateStr(text.c_str()));
-    long num = 0;
-    if (!FindRequiredElem(req, "Limit", false) || !ReadRequiredLong(req, "Num", num)) {
+    if (!FindRequiredElem(req, "Limit", false) || !ReadRequiredInt(req, "Num", rec->iLimitNum)) {
         return -1;
     }
-    rec->iLimitNum = static_cast<int32_t>(num);
     rec->iAvailableCount = rec->iLimitNum;
     req.OutOfElem();
     return 0;
@@ -70,8 +68,8 @@ int ParseCreate(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) noexcept {
 // Only create and delete exist; code 1 is refused like any unknown code.
 int ParseSetSnapPassword(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) noexcept {
     // The body starts before the UserDefine element the round trip appended.
-    long value = 0;
-    if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredLong(req, "Type", value)) {
+    int32_t value = 0;
+    if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredInt(req, "Type", value)) {
         return -1;
     }
     rec->ucOptType = static_cast<uint8_t>(value);
@@ -82,10 +80,10 @@ int ParseSetSnapPassword(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) n
         oqdev_debug(OQDEV_LOG_ERROR, "Invalid operation type:%d\n", rec->ucOptType);
         return -1;
     }
-    if (!ReadRequiredLong(req, "Index", value)) {
+    if (!ReadRequiredInt(req, "Index", value)) {
         return -1;
     }
-    rec->usIndex = static_cast<uint16_t>(value - 1);
+    rec->usIndex = ToSlotIndex(value);
     return 0;
 }
 

@@ -57,7 +57,7 @@ int ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept 
     if (!ReadRequiredInt(request, "Index", value)) {
         return -1;
     }
-    cfg->usOptIndex = static_cast<uint16_t>(value - 1);
+    cfg->usOptIndex = ToSlotIndex(value);
     return cfg->ucOptType == OQDEVSDK_DOORLOCK_USER_OPT_DELETE ? 1 : 0;
 }
 
@@ -71,7 +71,7 @@ int ParseUser(CMarkupSTL &request, uint16_t optIndex, oqDevSDK_DoorLock_User_S *
     if (!ReadRequiredInt(request, "Index", value)) {
         return -1;
     }
-    user->usIndex = static_cast<uint16_t>(value - 1);
+    user->usIndex = ToSlotIndex(value);
     if (user->usIndex != optIndex) {
         oqdev_debug(kLogError, "User index[%d] is not expected[%d]\n", user->usIndex, optIndex);
         return -1;
@@ -186,7 +186,7 @@ int ParseContent(const CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg)
     if (!ReadRequiredInt(request, "index", value, kMissFullStop)) {
         return -1;
     }
-    cfg->usContentIndex = static_cast<uint16_t>(value - 1);
+    cfg->usContentIndex = ToSlotIndex(value);
     if (!ReadRequiredInt(request, "type", value, kMissFullStop)) {
         return -1;
     }

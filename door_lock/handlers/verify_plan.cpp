@@ -1,4 +1,3 @@
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -8,6 +7,7 @@
 #include "handlers/handlers.h"
 #include "handlers/xml_fields.h"
 #include "messaging/envelope.h"
+#include "messaging/number_text.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
 #include "oqdev_status_report.h"
@@ -23,7 +23,6 @@ constexpr int kResultVerifyOther = 0x180004;
 constexpr int kResultPlanRefused = 131;
 constexpr uint32_t kDefaultVerifyTimeout = 120;
 constexpr int kAutoFacePlanType = 19;
-constexpr int kDecimal = 10;
 
 using Plan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
 
@@ -43,8 +42,7 @@ int ParseUserVerify(CMarkupSTL &req, oqDevSDK_DoorLock_UserVerify_S *rec) noexce
     if (!FindRequiredElem(req, "Timeout", false, kMissFullStop)) {
         return -1;
     }
-    rec->uiTimeout =
-        static_cast<uint32_t>(std::strtoul(req.x_GetData().c_str(), nullptr, kDecimal));
+    rec->uiTimeout = NumText_ToULong(req.x_GetData().c_str());
     if (rec->uiTimeout == 0) {
         rec->uiTimeout = kDefaultVerifyTimeout;
     }
@@ -113,15 +111,15 @@ int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     // The body starts before the UserDefine element the round trip appended.
     bool hasEnable = request.FindElem("Enable", true);
     if (hasEnable) {
-        wanted.iEnable = std::atoi(request.x_GetData().c_str()) != 0 ? 1 : 0;
+        wanted.iEnable = NumText_ToLong(request.x_GetData().c_str()) != 0 ? 1 : 0;
     }
     if (!request.FindElem("Actor", !hasEnable)) {
         oqdev_debug(OQDEV_LOG_ERROR, "without actor element.\n");
         DoorLock_xml_set_result(response, kResultPlanRefused);
         return -1;
     }
-    wanted.uiChannel = static_cast<uint32_t>(std::atoi(request.x_GetAttrib("Channel").c_str()));
-    if (std::atoi(request.x_GetAttrib("PlanType").c_str()) != kAutoFacePlanType) {
+    wanted.uiChannel = static_cast<uint32_t>(NumText_ToLong(request.x_GetAttrib("Channel").c_str()));
+    if (NumText_ToLong(request.x_GetAttrib("PlanType").c_str()) != kAutoFacePlanType) {
         oqdev_debug(OQDEV_LOG_ERROR, "unspport plan type \n");
         DoorLock_xml_set_result(response, kResultPlanRefused);
         return -1;

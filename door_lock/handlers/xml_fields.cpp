@@ -1,24 +1,19 @@
 #include "handlers/xml_fields.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <type_traits>
 
 #include "frame/domain_ids.h"
 #include "messaging/envelope.h"
+#include "messaging/number_text.h"
 #include "oqdev_kernel.h"
 #include "oqdev_log.h"
 
 namespace norla {
 namespace {
 
-constexpr int kDecimal = 10;
 constexpr std::size_t kIndexTextLen = 32;
 constexpr std::size_t kHourMinuteTextLen = 32;
 constexpr const char *kDevSerialKey = "dev_subserial";
-
-// The scan writes straight into the record's fields.
-static_assert(std::is_same<int32_t, int>::value, "%d scans into int32_t");
 
 void LogMissing(const char *kind, const char *name, Missing how) noexcept {
     const char *stop = how.bFullStop ? "." : "";
@@ -36,12 +31,12 @@ int FinishResponse(CMarkupSTL &response, int result) noexcept {
     return result;
 }
 
-long ToLong(const std::string &text) noexcept {
-    return std::strtol(text.c_str(), nullptr, kDecimal);
+int32_t ToInt32(const std::string &text) noexcept {
+    return NumText_ToLong(text.c_str());
 }
 
-int32_t ToInt32(const std::string &text) noexcept {
-    return static_cast<int32_t>(ToLong(text));
+uint16_t ToSlotIndex(int32_t oneBased) noexcept {
+    return static_cast<uint16_t>(static_cast<uint32_t>(oneBased) - 1u);
 }
 
 bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst, Missing how) noexcept {
@@ -62,27 +57,19 @@ bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &te
     return true;
 }
 
-bool ReadRequiredLong(const CMarkupSTL &xml, const char *name, long &value, Missing how) noexcept {
+bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
+                     Missing how) noexcept {
     std::string text;
     if (!ReadRequiredAttrib(xml, name, text, how)) {
         return false;
     }
-    value = ToLong(text);
-    return true;
-}
-
-bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
-                     Missing how) noexcept {
-    long wide = 0;
-    if (!ReadRequiredLong(xml, name, wide, how)) {
-        return false;
-    }
-    value = static_cast<int32_t>(wide);
+    value = ToInt32(text);
     return true;
 }
 
 void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) noexcept {
-    std::sscanf(text.c_str(), "%02d:%02d", hour, minute);
+    int32_t *const fields[] = {hour, minute};
+    (void)NumText_Scan(text.c_str(), "%02d:%02d", fields, 2);
 }
 
 bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept {

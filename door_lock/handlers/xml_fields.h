@@ -14,9 +14,11 @@ namespace norla {
 // Writes the result into the response and hands it back.
 int FinishResponse(CMarkupSTL &response, int result) noexcept;
 
-// Base-10 value of a text; what does not convert reads as 0.
-long ToLong(const std::string &text) noexcept;
+// Base-10 value of a text, saturated to 32 bits; what does not convert reads
+// as 0.
 int32_t ToInt32(const std::string &text) noexcept;
+// Device slot of a one-based XML index, modulo 2^16 as the records hold it.
+uint16_t ToSlotIndex(int32_t oneBased) noexcept;
 
 // How a missing element or attribute is logged: the messages of the call
 // sites differ in a final full stop and, inside lists, a leading slot index.
@@ -35,8 +37,6 @@ bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst,
 // An absent or empty attribute counts as missing and is logged.
 bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &text,
                         Missing how = kMissPlain) noexcept;
-bool ReadRequiredLong(const CMarkupSTL &xml, const char *name, long &value,
-                      Missing how = kMissPlain) noexcept;
 bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
                      Missing how = kMissPlain) noexcept;
 

@@ -4,19 +4,18 @@
 
 #include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "frame/domain_ids.h"
 #include "frame/memory.h"
+#include "messaging/number_text.h"
 #include "oqdev_kernel.h"
 #include "oqdev_log.h"
 
 namespace norla {
 namespace {
 
-constexpr int kDecimal = 10;
 constexpr std::size_t kIntTextLen = 16;
 constexpr const char *kDevSerialKey = "dev_subserial";
 
@@ -92,8 +91,7 @@ int DoorLock_xml_get_result(CMarkupSTL &xml) noexcept {
         return -1;
     }
     // Text that is not a number reads as 0, i.e. success.
-    long code = std::strtol(xml.x_GetData().c_str(), nullptr, kDecimal);
-    int result = static_cast<int>(code);
+    const int32_t result = NumText_ToLong(xml.x_GetData().c_str());
     if (result != 0) {
         oqdev_debug(kLogError, "response result error, code %#x\n",
                     static_cast<unsigned int>(result));

@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <set>
 #include <string>
 #include <thread>
@@ -37,6 +38,10 @@ TEST_F(EnvelopeTest, GetResultReadsThePlatformCode) {
         {"<Response><Result>abc</Result></Response>", 0, nullptr},
         {"<Response><Result>-5</Result></Response>", -5, "response result error, code 0xfffffffb"},
         {"<Response><Result>12</Result></Response>", 12, "response result error, code 0xc"},
+        {"<Response><Result>4294967296</Result></Response>", INT32_MAX,
+         "response result error, code 0x7fffffff"},
+        {"<Response><Result>-4294967296</Result></Response>", INT32_MIN,
+         "response result error, code 0x80000000"},
         {"<Response><Code>0</Code></Response>", -1, "Failed to find elem:Result"},
         {"<Request><Result>0</Result></Request>", -1, "Failed to find elem:Response"},
     };
