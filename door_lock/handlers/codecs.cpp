@@ -5,6 +5,7 @@
 #include <ctime>
 #include <limits>
 
+#include "handlers/decimal_text.h"
 #include "messaging/number_text.h"
 #include "oqdev_log.h"
 
@@ -16,61 +17,52 @@ constexpr int kSundayNumber = 7;
 constexpr int kFirstWorkday = 1;
 constexpr int kLastWeekday = 6;
 // Sunday is written as ",7": two characters and the terminator.
-constexpr int kSundayRoom = 3;
+constexpr std::size_t kSundayRoom = 3;
 // The weekday text is read from a fixed work buffer; longer texts are cut.
 constexpr std::size_t kWeekdayWorkLen = 32;
 constexpr int kTmYearBase = 1900;
+// "YYYY-MM-DD hh:mm:ss", each field zero-padded.
+constexpr unsigned int kYearWidth = 4;
+constexpr unsigned int kFieldWidth = 2;
 
 constexpr const char *kMsgBufBeforeSunday =
     "String buf is not enough, Before checking last bit of weekday.\n";
 
-// Appends one day number to the text. `room` is the size minus every length
-// snprintf reported so far, so it may go negative once a number was cut;
-// `used` is what really sits in the buffer.
-void AppendDay(char *buf, unsigned int size, std::size_t &used, int &room, int day) noexcept {
-    std::size_t avail = size - used;
-    int len = used == 0 ? std::snprintf(buf + used, avail, "%d", day)
-                        : std::snprintf(buf + used, avail, ",%d", day);
-    if (len < 0) {
-        return;
-    }
-    room -= len;
-    std::size_t written = static_cast<std::size_t>(len);
-    used += written < avail ? written : avail - 1;
-}
-
 }  // namespace
 
+// A day that did not fit still counts with its whole length, so the checks
+// below see the buffer as full from then on.
 void WeekDay_Data2Str(uint8_t mask, char *buf, unsigned int size) noexcept {
     if (buf == nullptr || size < 1) {
         oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
         return;
     }
-    buf[0] = '\0';
-    if (size > static_cast<unsigned int>(std::numeric_limits<int>::max())) {
-        size = static_cast<unsigned int>(std::numeric_limits<int>::max());
-    }
-    int room = static_cast<int>(size);
-    std::size_t used = 0;
+    DecimalText text(buf, size);
     for (int day = kFirstWorkday; day <= kLastWeekday; ++day) {
         if ((mask & (1u << day)) == 0) {
             continue;
         }
-        AppendDay(buf, size, used, room, day);
-        if (day != kLastWeekday && room < 1) {
+        if (text.Length() > 0) {
+            text.Char(',');
+        }
+        text.Int(day);
+        if (day != kLastWeekday && text.Cut()) {
             oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
             return;
         }
     }
-    if (room < kSundayRoom) {
+    if (text.Length() + kSundayRoom > size) {
         oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
         return;
     }
     if ((mask & kSundayBit) == 0) {
         return;
     }
-    AppendDay(buf, size, used, room, kSundayNumber);
-    if (room < 1) {
+    if (text.Length() > 0) {
+        text.Char(',');
+    }
+    text.Int(kSundayNumber);
+    if (text.Cut()) {
         oqdev_debug(OQDEV_LOG_ERROR, "String buf is not enough, while generating weekday str.\n");
     }
 }
@@ -142,8 +134,18 @@ int GetDateStrFromTime(const int32_t *time, char *buf, unsigned int size) noexce
     if (localtime_r(&value, &parts) == nullptr) {
         return 0;
     }
-    std::snprintf(buf, size, "%04d-%02d-%02d %02d:%02d:%02d", parts.tm_year + kTmYearBase,
-                  parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
+    DecimalText(buf, size)
+        .Int(parts.tm_year + kTmYearBase, kYearWidth)
+        .Char('-')
+        .Int(parts.tm_mon + 1, kFieldWidth)
+        .Char('-')
+        .Int(parts.tm_mday, kFieldWidth)
+        .Char(' ')
+        .Int(parts.tm_hour, kFieldWidth)
+        .Char(':')
+        .Int(parts.tm_min, kFieldWidth)
+        .Char(':')
+        .Int(parts.tm_sec, kFieldWidth);
     return 0;
 }
 

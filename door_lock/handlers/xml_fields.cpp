@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "frame/domain_ids.h"
+#include "handlers/decimal_text.h"
 #include "messaging/envelope.h"
 #include "messaging/number_text.h"
 #include "oqdev_kernel.h"
@@ -11,8 +12,9 @@
 namespace norla {
 namespace {
 
-constexpr std::size_t kIndexTextLen = 32;
-constexpr std::size_t kHourMinuteTextLen = 32;
+// "HH:MM" of any two ints: two int texts, the colon and the terminator.
+constexpr std::size_t kHourMinuteTextLen = 2 * kIntTextLen;
+constexpr unsigned int kClockFieldWidth = 2;
 constexpr const char *kDevSerialKey = "dev_subserial";
 
 void LogMissing(const char *kind, const char *name, Missing how) noexcept {
@@ -73,15 +75,17 @@ void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) noe
 }
 
 bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept {
-    // Room for "-2147483648:-2147483648".
-    char text[kHourMinuteTextLen] = {};
-    std::snprintf(text, sizeof text, "%02d:%02d", hour, minute);
+    char text[kHourMinuteTextLen];
+    DecimalText(text, sizeof text)
+        .Int(hour, kClockFieldWidth)
+        .Char(':')
+        .Int(minute, kClockFieldWidth);
     return xml.x_SetAttrib(name, text);
 }
 
 bool AddIndexElem(CMarkupSTL &xml, uint16_t index) noexcept {
-    char text[kIndexTextLen] = {};
-    std::snprintf(text, sizeof text, "%d", index + 1);
+    char text[kIntTextLen];
+    IntText(index + 1, text);
     return xml.x_AddElem("Index", text);
 }
 

@@ -1,7 +1,7 @@
-#include <cstdio>
 #include <cstring>
 
 #include "frame/bus_dev.h"
+#include "handlers/decimal_text.h"
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
@@ -24,7 +24,6 @@ oqDevSDK_DoorLock_AutoFaceUnlockPlan_S g_auto_face_unlock_plan = {
 namespace {
 
 constexpr unsigned int kTimeTextLen = 8;
-constexpr std::size_t kNumberTextLen = 16;
 // Fixed values of the report, whatever the cache holds.
 constexpr int kReportChannel = 1;
 constexpr int kReportPlanType = 19;
@@ -71,8 +70,8 @@ bool AddDay(CMarkupSTL &xml, int day,
 }
 
 bool AddParams(CMarkupSTL &xml, const Plan &plan) noexcept {
-    char enable[kNumberTextLen] = {};
-    std::snprintf(enable, sizeof enable, "%d", plan.iEnable);
+    char enable[kIntTextLen];
+    IntText(plan.iEnable, enable);
     if (!xml.x_AddElem("Params") || !xml.IntoElem()) {
         return false;
     }

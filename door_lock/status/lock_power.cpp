@@ -10,6 +10,7 @@
 #include "frame/domain_ids.h"
 #include "frame/record_fetch.h"
 #include "frame/text_field.h"
+#include "handlers/decimal_text.h"
 #include "messaging/envelope.h"
 #include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
@@ -23,7 +24,6 @@ namespace {
 constexpr uint8_t kUnknownByte = 0xFF;
 // Signal changes up to this much, against the last accepted signal, are noise.
 constexpr int kSignalTolerance = 10;
-constexpr std::size_t kNumberTextLen = 16;
 constexpr std::size_t kPowerNameLen = 32;
 constexpr std::size_t kPowerValueLen = 32;
 
@@ -37,8 +37,8 @@ bool SignalWithinTolerance(uint8_t cached, uint8_t fetched) noexcept {
 }
 
 void AddNumberElem(CMarkupSTL &xml, const char *name, uint8_t value) noexcept {
-    char text[kNumberTextLen] = {};
-    std::snprintf(text, sizeof text, "%d", value);
+    char text[kIntTextLen];
+    IntText(value, text);
     xml.x_AddElem(name, text);
 }
 
@@ -68,8 +68,8 @@ bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) noex
     const FieldText des(power.szDes);
     char name[kPowerNameLen] = {};
     std::snprintf(name, sizeof name, "%s", PowerName(power.ucNameType));
-    char value[kPowerValueLen] = {};
-    std::snprintf(value, sizeof value, "%d/%d", power.usValueFirst, power.usValueSecond);
+    char value[kPowerValueLen];
+    DecimalText(value, sizeof value).Int(power.usValueFirst).Char('/').Int(power.usValueSecond);
 
     // A member that could not be added fails the entry: no report with holes.
     const bool complete =

@@ -5,11 +5,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 
 #include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
+#include "handlers/decimal_text.h"
 #include "handlers/settings_keys.h"
 #include "messaging/envelope.h"
 #include "messaging/json_ptr.h"
@@ -22,7 +22,6 @@ namespace norla {
 namespace {
 
 constexpr int32_t kUnknownValue = -1;
-constexpr std::size_t kNumberTextLen = 16;
 
 // Only iEnable of a slot is compared and reported. At load slots 0 to 2 are
 // unknown (-1) while slots 3 to 7 start as off (0): a first poll that finds
@@ -65,8 +64,8 @@ int NumericKey_IsChanged(const NumericKeyItem &item) noexcept {
 }
 
 int NumericKey_Report(const NumericKeyItem &item) noexcept {
-    char value[kNumberTextLen] = {};
-    std::snprintf(value, sizeof value, "%d", *item.piCache);
+    char value[kIntTextLen];
+    IntText(*item.piCache, value);
     return SendStatusReport(item.pszKey, value);
 }
 
