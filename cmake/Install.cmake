@@ -6,8 +6,9 @@ include(CMakePackageConfigHelpers)
 
 set(DOORLOCK_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/oqDevSDK_door_lock)
 
-# The file keeps the plain name liboqDevSDK_door_lock.so that device
-# applications load; the version is in the package files only.
+# The library installs as liboqDevSDK_door_lock.so.MAJOR.MINOR.PATCH with the
+# links .so.MAJOR (its SONAME) and the plain .so, which device applications
+# that load the module by name open.
 set_target_properties(oqDevSDK_door_lock PROPERTIES EXPORT_NAME door_lock)
 
 install(TARGETS oqDevSDK_door_lock EXPORT oqDevSDK_door_lockTargets

@@ -8,7 +8,7 @@
  * what otherwise takes a person at the door. Both are looked up by name
  * with dlsym; declaring them through this header keeps their types exact.
  *
- * This header compiles as C (C11 or later) and as C++.
+ * This header compiles as C (C99 or later) and as C++ (C++11 or later).
  */
 #ifndef OQDEVSDK_DOOR_LOCK_DEVICE_H
 #define OQDEVSDK_DOOR_LOCK_DEVICE_H
@@ -55,8 +55,7 @@ typedef struct oqDevSDK_DoorLock_DeviceEvent_S {
     int32_t iValue;
     char szUser[OQDEVSDK_DOORLOCK_UNLOCK_USER_LEN]; /* zero-terminated */
 } oqDevSDK_DoorLock_DeviceEvent_S;
-OQDEVSDK_DOORLOCK_ASSERT(sizeof(oqDevSDK_DoorLock_DeviceEvent_S) == 76,
-                         "device event record is 76 bytes");
+OQDEVSDK_DOORLOCK_CHECK(DeviceEvent_S, sizeof(oqDevSDK_DoorLock_DeviceEvent_S) == 76);
 
 /*
  * Optional. Makes the lock produce one event; pstEvent is read during the

@@ -1,11 +1,12 @@
-/* A device application written in C: the public header alone must be enough
- * to call the entry points, and the records must match their declared sizes
- * when laid out by a C compiler (the header asserts that at compile time). */
+/* A device application written in C99: the public header alone must be
+ * enough to call the entry points, and they answer as the header says. */
 #include <stdio.h>
+#include <string.h>
 
 #include "oqDevSDK_door_lock.h"
 
 int header_c_send_null(void);
+const char *header_c_version(void);
 
 static int Expect(const char *what, int got, int want) {
     if (got == want) {
@@ -20,9 +21,15 @@ int main(void) {
     int iFailures = 0;
 
     iFailures += Expect("Send2Srv_Msg(NULL)", header_c_send_null(), OQDEVSDK_DOORLOCK_ERR_FAILED);
-    iFailures += Expect("Send2Srv_Msg before Init", oqDevSDK_DoorLock_Send2Srv_Msg(&stMsg),
+    iFailures += Expect("Send2Srv_Msg with a record", oqDevSDK_DoorLock_Send2Srv_Msg(&stMsg),
                         OQDEVSDK_DOORLOCK_ERR_NOT_INITED);
     iFailures += Expect("Init(NULL)", oqDevSDK_DoorLock_Init(NULL), OQDEVSDK_DOORLOCK_ERR_FAILED);
     oqDevSDK_DoorLock_Fini();
+    /* The build takes its version from the header; the text must match. */
+    if (strcmp(header_c_version(), DOORLOCK_EXPECTED_VERSION) != 0) {
+        fprintf(stderr, "version text %s, build version %s\n", header_c_version(),
+                DOORLOCK_EXPECTED_VERSION);
+        ++iFailures;
+    }
     return iFailures == 0 ? 0 : 1;
 }
