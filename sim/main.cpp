@@ -39,6 +39,13 @@ struct Options {
     bool conformance = false;
 };
 
+// Run from its build tree, the simulator loads that tree's module and plays
+// its tour; installed from a package, the tree is gone and it takes the
+// installed ones (the module through the loader's search path).
+const char *InTreeOr(const char *inTree, const char *installed) {
+    return access(inTree, F_OK) == 0 ? inTree : installed;
+}
+
 bool ParseOptions(int argc, char **argv, Options *opt) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
@@ -60,10 +67,12 @@ bool ParseOptions(int argc, char **argv, Options *opt) {
     }
     if (opt->module.empty()) {
         const char *env = std::getenv("DOORLOCK_MODULE");
-        opt->module = env != nullptr && env[0] != '\0' ? env : DOORLOCK_SIM_MODULE_PATH;
+        opt->module = env != nullptr && env[0] != '\0'
+                          ? env
+                          : InTreeOr(DOORLOCK_SIM_MODULE_PATH, DOORLOCK_SIM_INSTALLED_MODULE);
     }
     if (opt->scenario.empty()) {
-        opt->scenario = DOORLOCK_SIM_TOUR_PATH;
+        opt->scenario = InTreeOr(DOORLOCK_SIM_TOUR_PATH, DOORLOCK_SIM_INSTALLED_TOUR);
     }
     return true;
 }
