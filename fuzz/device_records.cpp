@@ -2,7 +2,11 @@
 // (and, when asked, what the device writes back into the records it is
 // handed) while one status item or one request that reads records runs.
 // Byte 0 picks the operation, byte 1 how the device behaves, the rest is the
-// record bytes, handed out front to back across the device calls.
+// record bytes, handed out front to back across the device calls. The long
+// lists (users, unlock events, the users of each alarm plan) hold at most
+// about one entry per eight input bytes, so that documents grow with the
+// input: at their largest for every input, they left the fuzzer a few
+// inputs a second.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -52,11 +56,15 @@ constexpr uint8_t kResultMask = 0x07;
 // Mostly success; the failures include one whose low 12 bits are 4.
 constexpr int kResults[] = {0, 0, 0, 0, -1, 4, 0x1004, 0x18001};
 
+constexpr size_t kBytesPerEntry = 8;
+constexpr size_t kMinEntries = 2;
+
 struct Device {
     const uint8_t *bytes;
     size_t size, pos;
     bool tile, writeBack;
     int result;
+    size_t maxEntries;  // what a long list may claim, beyond its capacity for long inputs
 } g_device;
 
 // Hands out the next bytes of the input; without tiling what is left of the
@@ -82,8 +90,37 @@ int RecvMsg(oqDevSDK_DoorLock_Msg_S *msg) {
     return g_device.result;
 }
 
+void SizeList(uint16_t &count) {
+    count = static_cast<uint16_t>(count % (g_device.maxEntries + 1));
+}
+
+// The record `msg` carries, when it is long enough for a T.
+template <typename T>
+T *Record(const oqDevSDK_DoorLock_Msg_S &msg) {
+    return msg.uiLen >= sizeof(T) ? static_cast<T *>(msg.pData) : nullptr;
+}
+
+void SizeLists(const oqDevSDK_DoorLock_Msg_S &msg) {
+    if (msg.iType == OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO) {
+        if (auto *users = Record<oqDevSDK_DoorLock_UserInfo_S>(msg)) {
+            SizeList(users->usUserNum);
+        }
+    } else if (msg.iType == OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS) {
+        if (auto *events = Record<oqDevSDK_DoorLock_UnlockEvtRecList_S>(msg)) {
+            SizeList(events->usRecNum);
+        }
+    } else if (msg.iType == OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS) {
+        if (auto *plans = Record<oqDevSDK_DoorLock_AlarmPlanList_S>(msg)) {
+            for (auto &plan : plans->astPlan) {
+                SizeList(plan.usUserNum);
+            }
+        }
+    }
+}
+
 int GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
     Fill(msg->pData, msg->uiLen);
+    SizeLists(*msg);
     return g_device.result;
 }
 
@@ -98,7 +135,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
                 0,
                 (behaviour & kTileFlag) != 0,
                 (behaviour & kWriteBackFlag) != 0,
-                kResults[(behaviour >> kResultShift) & kResultMask]};
+                kResults[(behaviour >> kResultShift) & kResultMask],
+                kMinEntries + in.RestSize() / kBytesPerEntry};
 
     fuzz::StartModule({&RecvMsg, &GetRuntimeInfo});
     if (op < kItemCount) {
