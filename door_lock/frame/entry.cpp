@@ -1,5 +1,6 @@
 #include "frame/bus_dev.h"
 #include "frame/domain_ids.h"
+#include "frame/host_guard.h"
 #include "frame/kernel_domain.h"
 #include "frame/module.h"
 #include "handlers/handlers.h"
@@ -38,6 +39,13 @@ void DoorLock_Module_Fini() noexcept {
 }
 
 namespace {
+
+// The timer's way in; a job the host's code broke off is retried at the next
+// tick, as after any failed request.
+int SysCfgJob() noexcept {
+    (void)DoorLock_Guard("timer job", [] { (void)DoorLock_SystemConfig(); });
+    return 0;
+}
 
 int FailInit(const char *message) noexcept {
     oqdev_debug(kLogError, "%s\n", message);
@@ -82,7 +90,7 @@ int oqDevSDK_DoorLock_Init(oqDevSDK_DoorLock_InitInfo_S *pstInitInfo) noexcept {
     // tear-down skips the delete.
     norla::g_iTimerId_SysCfg = oqdev_timer_add_element(
         oqdev_timer_get_comm_instance(), norla::kSysCfgJobName, norla::kSysCfgJobInterval,
-        norla::kTimerModeRepeat, &norla::DoorLock_SystemConfig);
+        norla::kTimerModeRepeat, &norla::SysCfgJob);
     if (norla::g_iTimerId_SysCfg < 0) {
         return norla::FailInit("Failed to add timer of doorlock_sys_cfg, Door Lock module exit.");
     }

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "frame/domain_ids.h"
+#include "frame/host_guard.h"
 #include "frame/text_field.h"
 #include "handlers/handlers.h"
 #include "messaging/round_trip.h"
@@ -97,7 +98,7 @@ const DoorLock_Route_S *FindRoute(int cmd) noexcept {
     return nullptr;
 }
 
-int Dispatch(const DoorLock_Route_S &route, const oqdev_kernel_submsg_s &msg) noexcept {
+int Dispatch(const DoorLock_Route_S &route, const oqdev_kernel_submsg_s &msg) {
     if (route.pfnReq != nullptr) {
         return DoorLock_PltReq_DoRsp_Handle(msg.pBody, msg.iBodyLen, route.iRspCmd,
                                             kDoorLockVersion, msg.uiMsgSeq, route.pfnReq);
@@ -183,7 +184,11 @@ int DoorLock_extend_data_route_cb(oqdev_kernel_submsg_s *submsg, void * /*arg*/)
     if (route == nullptr) {
         return 0;
     }
-    int ret = Dispatch(*route, *submsg);
+    int ret = -1;
+    // A request answers for itself; an answer's handler that threw failed.
+    if (!DoorLock_Guard("data route", [&] { ret = Dispatch(*route, *submsg); })) {
+        ret = -1;
+    }
     if (ret != 0) {
         oqdev_debug(kLogError, "Result is %d, by Cmdid[%#x].\n", ret,
                     static_cast<unsigned int>(submsg->iCmdId));

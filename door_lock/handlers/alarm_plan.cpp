@@ -19,12 +19,12 @@ constexpr int kResultFailed = 4;
 constexpr unsigned int kWeekdayTextLen = 32;
 
 // Slot-indexed messages of the lists.
-constexpr Missing InSlot(int slot) noexcept {
+constexpr Missing InSlot(int slot) {
     return Missing{true, slot};
 }
 
 // What does not scan keeps the allocation's zeros.
-int ParseDates(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
+int ParseDates(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) {
     for (int slot = 0; slot < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES; ++slot) {
         if (!req.FindElem("Date")) {
             break;
@@ -44,7 +44,7 @@ int ParseDates(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept 
     return 0;
 }
 
-int ParseUsers(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
+int ParseUsers(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) {
     for (int slot = 0; slot < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS; ++slot) {
         if (!req.FindElem("User")) {
             break;
@@ -65,7 +65,7 @@ int ParseUsers(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept 
     return 0;
 }
 
-int ParsePlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
+int ParsePlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) {
     int32_t enable = 0;
     if (!FindRequiredElem(req, "Plan", false) || !ReadRequiredInt(req, "Enable", enable)) {
         return -1;
@@ -98,7 +98,7 @@ int ParsePlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
 }
 
 // Every non-zero code but delete reads a whole plan, as a change does.
-int ParseSetNotBackAlarmPlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) noexcept {
+int ParseSetNotBackAlarmPlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) {
     // The body starts before the UserDefine element the round trip appended.
     int32_t value = 0;
     if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredInt(req, "Type", value)) {
@@ -120,7 +120,7 @@ int ParseSetNotBackAlarmPlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *
 
 // The builders answer false as soon as the document cannot take an element or
 // attribute (its memory ran out); every level entered is left again.
-bool AddDates(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) noexcept {
+bool AddDates(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
     if (!rsp.x_AddElem("DateList") || !rsp.IntoElem()) {
         return false;
     }
@@ -135,7 +135,7 @@ bool AddDates(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) no
     return rsp.OutOfElem() && ok;
 }
 
-bool AddUsers(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) noexcept {
+bool AddUsers(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
     if (!rsp.x_AddElem("UserList") || !rsp.IntoElem()) {
         return false;
     }
@@ -149,7 +149,7 @@ bool AddUsers(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) no
     return rsp.OutOfElem() && ok;
 }
 
-bool AddPlanEntry(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) noexcept {
+bool AddPlanEntry(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
     char weekday[kWeekdayTextLen] = {};
     WeekDay_Data2Str(plan.ucWeekday, weekday, kWeekdayTextLen);
     if (!rsp.x_AddElem("Plan") || !rsp.x_SetAttrib("Index", plan.usIndex + 1) ||
@@ -163,7 +163,7 @@ bool AddPlanEntry(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan
 
 }  // namespace
 
-int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) {
     auto rec = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetAlarmPlan_S>();
     if (!rec) {
         DoorLock_LogMallocFailed(OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN);
@@ -185,7 +185,7 @@ int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) noexce
     return result;
 }
 
-int ReqHnd_QueryNotBackAlarmPlans(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_QueryNotBackAlarmPlans(CMarkupSTL &request, CMarkupSTL &response) {
     (void)request;
     auto list = DoorLock_FetchRecord<oqDevSDK_DoorLock_AlarmPlanList_S>(
         OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS, OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN,

@@ -39,7 +39,7 @@ constexpr KeyValueTarget kKeyTargets[] = {
     {kKeyFaceUnlock, OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK, kStatusFaceUnlock},
 };
 
-const KeyValueTarget *FindKeyTarget(const char *key) noexcept {
+const KeyValueTarget *FindKeyTarget(const char *key) {
     for (const KeyValueTarget &target : kKeyTargets) {
         if (std::strcmp(target.pszKey, key) == 0) {
             return &target;
@@ -49,12 +49,12 @@ const KeyValueTarget *FindKeyTarget(const char *key) noexcept {
 }
 
 // 0 when the device took the value, -1 otherwise.
-int SendNumericValue(int toDevType, const std::string &text) noexcept {
+int SendNumericValue(int toDevType, const std::string &text) {
     int32_t value = ToInt32(text);
     return DoorLock_BusDev_Msg2Dev(toDevType, &value, sizeof value) == 0 ? 0 : -1;
 }
 
-int SendFaceUnlock(const std::string &text) noexcept {
+int SendFaceUnlock(const std::string &text) {
     oqDevSDK_DoorLock_FaceUnlock_S rec;
     std::memset(&rec, 0, sizeof rec);
     JsonPtr root(cJSON_Parse(text.c_str()));
@@ -78,7 +78,7 @@ int SendFaceUnlock(const std::string &text) noexcept {
 
 }  // namespace
 
-int ReqHnd_SetSwitchEnable(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_SetSwitchEnable(CMarkupSTL &request, CMarkupSTL &response) {
     if (!FindRequiredElem(request, "Switch", true)) {
         return FinishResponse(response, kResultBadRequest);
     }
@@ -105,7 +105,7 @@ int ReqHnd_SetSwitchEnable(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     return FinishResponse(response, kResultOk);
 }
 
-int ReqHnd_SetKeyValue(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_SetKeyValue(CMarkupSTL &request, CMarkupSTL &response) {
     if (!FindRequiredElem(request, "Type", true, kMissFullStop)) {
         return FinishResponse(response, kResultBadRequest);
     }

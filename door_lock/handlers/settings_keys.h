@@ -13,7 +13,7 @@ constexpr int kSwitchPlatformTypes[OQDEVSDK_DOORLOCK_SWITCH_NUM] = {30,  450, 45
                                                                     454, 455, 456, 457};
 
 // Device switch index of a platform switch type; -1 for any other number.
-constexpr int SwitchIndexOfType(int platformType) noexcept {
+constexpr int SwitchIndexOfType(int platformType) {
     for (int i = 0; i < OQDEVSDK_DOORLOCK_SWITCH_NUM; ++i) {
         if (kSwitchPlatformTypes[i] == platformType) {
             return i;

@@ -29,7 +29,7 @@ constexpr RefusalMap kRefusals[] = {
     {0x18003, 0x183003},
 };
 
-int MapDeviceRefusal(int ret) noexcept {
+int MapDeviceRefusal(int ret) {
     for (const RefusalMap &row : kRefusals) {
         if (row.device == ret) {
             return row.platform;
@@ -38,7 +38,7 @@ int MapDeviceRefusal(int ret) noexcept {
     return kResultFailed;
 }
 
-int ParseCreate(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) noexcept {
+int ParseCreate(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
     rec->usIndex = 0;
     if (!FindRequiredElem(req, "Info", false)) {
         return -1;
@@ -66,7 +66,7 @@ int ParseCreate(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) noexcept {
 }
 
 // Only create and delete exist; code 1 is refused like any unknown code.
-int ParseSetSnapPassword(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) noexcept {
+int ParseSetSnapPassword(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
     // The body starts before the UserDefine element the round trip appended.
     int32_t value = 0;
     if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredInt(req, "Type", value)) {
@@ -87,7 +87,7 @@ int ParseSetSnapPassword(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) n
     return 0;
 }
 
-int SendSnapPwd(oqDevSDK_DoorLock_SetSnapPwd_S *rec) noexcept {
+int SendSnapPwd(oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
     int ret = DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD, rec,
                                       OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD_LEN);
     if (ret == 0) {
@@ -98,7 +98,7 @@ int SendSnapPwd(oqDevSDK_DoorLock_SetSnapPwd_S *rec) noexcept {
     return MapDeviceRefusal(ret);
 }
 
-void AddSnapInfo(CMarkupSTL &rsp, const oqDevSDK_DoorLock_SnapPwdInfo_S &entry) noexcept {
+void AddSnapInfo(CMarkupSTL &rsp, const oqDevSDK_DoorLock_SnapPwdInfo_S &entry) {
     char date[kDateStrLen] = {};
     rsp.x_AddElem("Info");
     rsp.x_SetAttrib("Index", entry.usIndex + 1);
@@ -121,7 +121,7 @@ void AddSnapInfo(CMarkupSTL &rsp, const oqDevSDK_DoorLock_SnapPwdInfo_S &entry) 
 
 }  // namespace
 
-int ReqHnd_SetSnapPwd(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_SetSnapPwd(CMarkupSTL &request, CMarkupSTL &response) {
     auto rec = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetSnapPwd_S>();
     if (!rec) {
         DoorLock_LogMallocFailed(OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD_LEN);
@@ -142,7 +142,7 @@ int ReqHnd_SetSnapPwd(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     return result;
 }
 
-int ReqHnd_QuerySnapPwdInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_QuerySnapPwdInfo(CMarkupSTL &request, CMarkupSTL &response) {
     (void)request;
     auto list = DoorLock_FetchRecord<oqDevSDK_DoorLock_SnapPwdList_S>(
         OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS, OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS_LEN,

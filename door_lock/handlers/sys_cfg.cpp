@@ -34,18 +34,18 @@ struct CJsonDeleter {
 };
 using CJsonPtr = std::unique_ptr<cJSON, CJsonDeleter>;
 
-int32_t Now() noexcept {
+int32_t Now() {
     return static_cast<int32_t>(std::time(nullptr));
 }
 
 // Authorization comes before DevSerial in this request, unlike the reports.
-bool BuildSysCfgRequest(CMarkupSTL &xml) noexcept {
+bool BuildSysCfgRequest(CMarkupSTL &xml) {
     DoorLock_xml_init_req(xml);
     return xml.x_AddElem("Authorization") && AddDevSerial(xml) &&
            xml.x_AddElem("Type", kDLPowerType);
 }
 
-int SetDLPower(const char *jsonText) noexcept {
+int SetDLPower(const char *jsonText) {
     CJsonPtr json(cJSON_Parse(jsonText));
     if (json == nullptr) {
         oqdev_debug(kLogError, "Failed to parse json.\n");
@@ -69,7 +69,7 @@ int SetDLPower(const char *jsonText) noexcept {
 
 }  // namespace
 
-int DoorLock_SystemConfig() noexcept {
+int DoorLock_SystemConfig() {
     if (DoorLock_GetRegisterStatus() != kRegistered) {
         return 0;
     }
@@ -89,7 +89,7 @@ int DoorLock_SystemConfig() noexcept {
     return 0;
 }
 
-int RspHnd_SetSystemConfig(const char *data, int /*len*/) noexcept {
+int RspHnd_SetSystemConfig(const char *data, int /*len*/) {
     CMarkupSTL xml;
     if (!xml.SetDoc(data)) {
         oqdev_debug(kLogError, "Failed to parse XML rsp in system config resp of DoorLock.\n");

@@ -36,12 +36,12 @@ constexpr int32_t kUnlimited = OQDEVSDK_DOORLOCK_USER_UNLIMITED;
 // "HH:MM" of a time slot; room for any two ints.
 
 // Slot-indexed messages of a time slot: only Weekday has no full stop.
-constexpr Missing InSlot(int index, bool fullStop = true) noexcept {
+constexpr Missing InSlot(int index, bool fullStop = true) {
     return Missing{fullStop, index};
 }
 
 // -1 failure, 0 continue with the user, 1 a delete that is complete.
-int ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+int ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) {
     if (!FindRequiredElem(request, "OptType", true)) {
         return -1;
     }
@@ -63,7 +63,7 @@ int ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept 
 
 // Element User; its index must be the one the operation names (so an
 // operation without index only accepts the first user).
-int ParseUser(CMarkupSTL &request, uint16_t optIndex, oqDevSDK_DoorLock_User_S *user) noexcept {
+int ParseUser(CMarkupSTL &request, uint16_t optIndex, oqDevSDK_DoorLock_User_S *user) {
     if (!FindRequiredElem(request, "User", true)) {
         return -1;
     }
@@ -89,7 +89,7 @@ int ParseUser(CMarkupSTL &request, uint16_t optIndex, oqDevSDK_DoorLock_User_S *
     return 0;
 }
 
-int ParseDate(const CMarkupSTL &request, int index, oqDevSDK_DoorLock_UserDate_S *date) noexcept {
+int ParseDate(const CMarkupSTL &request, int index, oqDevSDK_DoorLock_UserDate_S *date) {
     std::string text;
     if (!ReadRequiredAttrib(request, "Weekday", text, InSlot(index, false))) {
         return -1;
@@ -116,7 +116,7 @@ int ParseDate(const CMarkupSTL &request, int index, oqDevSDK_DoorLock_UserDate_S
 
 // Inside Expire: the optional DateList, of which only the first slots that
 // fit are read.
-int ParseDateList(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
+int ParseDateList(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) {
     if (!request.FindElem("DateList", true)) {
         return 0;
     }
@@ -133,7 +133,7 @@ int ParseDateList(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept 
     return ret;
 }
 
-int ParseExpire(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
+int ParseExpire(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) {
     if (!FindRequiredElem(request, "Expire", true)) {
         return -1;
     }
@@ -157,7 +157,7 @@ int ParseExpire(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
     return ret;
 }
 
-int ParseAuth(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
+int ParseAuth(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) {
     if (!FindRequiredElem(request, "Auth", true)) {
         return -1;
     }
@@ -181,7 +181,7 @@ int ParseAuth(CMarkupSTL &request, oqDevSDK_DoorLock_User_S *user) noexcept {
     return 0;
 }
 
-int ParseContent(const CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+int ParseContent(const CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) {
     int32_t value = 0;
     if (!ReadRequiredInt(request, "index", value, kMissFullStop)) {
         return -1;
@@ -199,7 +199,7 @@ int ParseContent(const CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg)
     return 0;
 }
 
-int ParseContents(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+int ParseContents(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) {
     cfg->iContentsAction = OQDEVSDK_DOORLOCK_USER_NO_CONTENTS;
     if (!request.FindElem("Contents", true)) {
         return 0;
@@ -219,7 +219,7 @@ int ParseContents(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noex
     return ret;
 }
 
-int ParseUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+int ParseUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) {
     oqDevSDK_DoorLock_User_S *user = &cfg->stUser;
     if (ParseUser(request, cfg->usOptIndex, user) != 0 || ParseExpire(request, user) != 0 ||
         ParseAuth(request, user) != 0) {
@@ -228,7 +228,7 @@ int ParseUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noex
     return ParseContents(request, cfg);
 }
 
-int MapDeviceRefusal(int devCode) noexcept {
+int MapDeviceRefusal(int devCode) {
     for (const UserRefusal &refusal : kUserRefusals) {
         if (refusal.iDevCode == devCode) {
             return refusal.iResult;
@@ -237,7 +237,7 @@ int MapDeviceRefusal(int devCode) noexcept {
     return kResultRefused;
 }
 
-HeapPtr<oqDevSDK_DoorLock_UserInfo_S> FetchUserTable() noexcept {
+HeapPtr<oqDevSDK_DoorLock_UserInfo_S> FetchUserTable() {
     return DoorLock_FetchRecord<oqDevSDK_DoorLock_UserInfo_S>(
         OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,
         "Failed to get user info.\n");
@@ -246,14 +246,14 @@ HeapPtr<oqDevSDK_DoorLock_UserInfo_S> FetchUserTable() noexcept {
 // The builders below answer false as soon as the document cannot take an
 // element or attribute (its memory ran out): a list with holes is never
 // passed off as the lock's users.
-bool SetDateAttrib(CMarkupSTL &xml, const char *name, uint32_t seconds) noexcept {
+bool SetDateAttrib(CMarkupSTL &xml, const char *name, uint32_t seconds) {
     char text[kDateStrLen] = {};
     const auto value = static_cast<int32_t>(seconds);
     GetDateStrFromTime(&value, text, sizeof text);
     return xml.x_SetAttrib(name, text);
 }
 
-bool FillDate(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserDate_S &date) noexcept {
+bool FillDate(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserDate_S &date) {
     char weekday[kDateStrLen] = {};
     WeekDay_Data2Str(date.ucWeekday, weekday, sizeof weekday);
     return xml.x_AddElem("Date") &&
@@ -264,7 +264,7 @@ bool FillDate(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserDate_S &date) noexcep
 }
 
 // Inside Expire: the DateList, always present, with the slots in use.
-bool FillDateList(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
+bool FillDateList(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) {
     if (!xml.x_AddElem("DateList") || !xml.IntoElem()) {
         return false;
     }
@@ -278,7 +278,7 @@ bool FillDateList(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcep
     return xml.OutOfElem() && ok;
 }
 
-bool FillExpire(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
+bool FillExpire(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) {
     if (!xml.x_AddElem("Expire") || !xml.x_SetAttrib("Enable", user.ucExpireEnable) ||
         !SetDateAttrib(xml, "Begin", user.uiBeginTime) ||
         !SetDateAttrib(xml, "End", user.uiEndTime) || !xml.IntoElem()) {
@@ -290,7 +290,7 @@ bool FillExpire(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept 
 
 // Every level entered is left again, also on failure, so that the caller can
 // still write its result next to the list.
-bool FillUser(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
+bool FillUser(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) {
     if (!xml.x_AddElem("UserInfo") || !xml.IntoElem()) {
         return false;
     }
@@ -307,7 +307,7 @@ bool FillUser(CMarkupSTL &xml, const oqDevSDK_DoorLock_User_S &user) noexcept {
 
 }  // namespace
 
-int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) noexcept {
+int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) {
     const int opt = ParseOpt(request, cfg);
     if (opt != 0) {
         return opt > 0 ? 0 : -1;
@@ -321,7 +321,7 @@ int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) n
     return ret;
 }
 
-bool FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info) noexcept {
+bool FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info) {
     if (info == nullptr) {
         return true;
     }
@@ -337,7 +337,7 @@ bool FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info) noe
     return true;
 }
 
-int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) {
     int result = kResultOk;
     auto cfg = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetUserCfg_S>();
     if (!cfg) {
@@ -368,7 +368,7 @@ int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
     return result;
 }
 
-int ReqHnd_QueryUserInfo(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_QueryUserInfo(CMarkupSTL &request, CMarkupSTL &response) {
     static_cast<void>(request);
     auto table = FetchUserTable();
     // Writing the result moves to Result, so it goes first to keep the users

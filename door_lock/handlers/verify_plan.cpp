@@ -26,14 +26,14 @@ constexpr int kAutoFacePlanType = 19;
 
 using Plan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
 
-int VerifyResultCode(uint32_t verify) noexcept {
+int VerifyResultCode(uint32_t verify) {
     if (verify == OQDEVSDK_DOORLOCK_VERIFY_OK) {
         return kResultOk;
     }
     return verify == OQDEVSDK_DOORLOCK_VERIFY_FAILED ? kResultVerifyFailed : kResultVerifyOther;
 }
 
-int ParseUserVerify(CMarkupSTL &req, oqDevSDK_DoorLock_UserVerify_S *rec) noexcept {
+int ParseUserVerify(CMarkupSTL &req, oqDevSDK_DoorLock_UserVerify_S *rec) {
     // The body starts before the UserDefine element the round trip appended.
     if (!FindRequiredElem(req, "UserID", true, kMissFullStop)) {
         return -1;
@@ -51,7 +51,7 @@ int ParseUserVerify(CMarkupSTL &req, oqDevSDK_DoorLock_UserVerify_S *rec) noexce
 
 // Reads up to four Plan slots of one Date into the day; the position is on
 // the Date and stays there.
-void ParseDay(CMarkupSTL &req, oqDevSDK_DoorLock_FacePlanSlot_S *day) noexcept {
+void ParseDay(CMarkupSTL &req, oqDevSDK_DoorLock_FacePlanSlot_S *day) {
     req.IntoElem();
     for (int slot = 0; slot < OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS; ++slot) {
         if (!req.FindElem("Plan")) {
@@ -65,7 +65,7 @@ void ParseDay(CMarkupSTL &req, oqDevSDK_DoorLock_FacePlanSlot_S *day) noexcept {
 
 // Fills the requested schedule from the Date elements after Actor; true when
 // at least one Date was met, even one naming no valid weekday.
-bool ParseSchedule(CMarkupSTL &req, Plan *plan) noexcept {
+bool ParseSchedule(CMarkupSTL &req, Plan *plan) {
     bool met = false;
     for (int i = 0; i < OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS; ++i) {
         if (!req.FindElem("Date")) {
@@ -83,7 +83,7 @@ bool ParseSchedule(CMarkupSTL &req, Plan *plan) noexcept {
 
 }  // namespace
 
-int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) {
     oqDevSDK_DoorLock_UserVerify_S rec;
     std::memset(&rec, 0, sizeof rec);
     int result = kResultBadRequest;
@@ -101,7 +101,7 @@ int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) noexcept
 
 // The request's schedule replaces the lock's whole table (never merged day by
 // day); what the request leaves out is kept as the lock reported it.
-int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) {
     oqdev_debug(OQDEV_LOG_INFO, "ReqHnd_SetDevPlan\n");
     Plan wanted;
     Plan current;

@@ -17,7 +17,7 @@ constexpr std::size_t kHourMinuteTextLen = 2 * kIntTextLen;
 constexpr unsigned int kClockFieldWidth = 2;
 constexpr const char *kDevSerialKey = "dev_subserial";
 
-void LogMissing(const char *kind, const char *name, Missing how) noexcept {
+void LogMissing(const char *kind, const char *name, Missing how) {
     const char *stop = how.bFullStop ? "." : "";
     if (how.iIndex < 0) {
         oqdev_debug(kLogError, "Failed to find %s:%s%s\n", kind, name, stop);
@@ -28,20 +28,20 @@ void LogMissing(const char *kind, const char *name, Missing how) noexcept {
 
 }  // namespace
 
-int FinishResponse(CMarkupSTL &response, int result) noexcept {
+int FinishResponse(CMarkupSTL &response, int result) {
     DoorLock_xml_set_result(response, result);
     return result;
 }
 
-int32_t ToInt32(const std::string &text) noexcept {
+int32_t ToInt32(const std::string &text) {
     return NumText_ToLong(text.c_str());
 }
 
-uint16_t ToSlotIndex(int32_t oneBased) noexcept {
+uint16_t ToSlotIndex(int32_t oneBased) {
     return static_cast<uint16_t>(static_cast<uint32_t>(oneBased) - 1u);
 }
 
-bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst, Missing how) noexcept {
+bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst, Missing how) {
     if (xml.FindElem(name, fromFirst)) {
         return true;
     }
@@ -50,7 +50,7 @@ bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst, Missing
 }
 
 bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &text,
-                        Missing how) noexcept {
+                        Missing how) {
     text = xml.x_GetAttrib(name);
     if (text.empty()) {
         LogMissing("attrib", name, how);
@@ -60,7 +60,7 @@ bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &te
 }
 
 bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
-                     Missing how) noexcept {
+                     Missing how) {
     std::string text;
     if (!ReadRequiredAttrib(xml, name, text, how)) {
         return false;
@@ -69,12 +69,12 @@ bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
     return true;
 }
 
-void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) noexcept {
+void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) {
     int32_t *const fields[] = {hour, minute};
     (void)NumText_Scan(text.c_str(), "%02d:%02d", fields, 2);
 }
 
-bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept {
+bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) {
     char text[kHourMinuteTextLen];
     DecimalText(text, sizeof text)
         .Int(hour, kClockFieldWidth)
@@ -83,13 +83,13 @@ bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_
     return xml.x_SetAttrib(name, text);
 }
 
-bool AddIndexElem(CMarkupSTL &xml, uint16_t index) noexcept {
+bool AddIndexElem(CMarkupSTL &xml, uint16_t index) {
     char text[kIntTextLen];
     IntText(index + 1, text);
     return xml.x_AddElem("Index", text);
 }
 
-bool AddDevSerial(CMarkupSTL &xml) noexcept {
+bool AddDevSerial(CMarkupSTL &xml) {
     const char *serial = oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey);
     return xml.x_AddElem("DevSerial", serial != nullptr ? serial : "");
 }

@@ -12,13 +12,13 @@
 namespace norla {
 
 // Writes the result into the response and hands it back.
-int FinishResponse(CMarkupSTL &response, int result) noexcept;
+int FinishResponse(CMarkupSTL &response, int result);
 
 // Base-10 value of a text, saturated to 32 bits; what does not convert reads
 // as 0.
-int32_t ToInt32(const std::string &text) noexcept;
+int32_t ToInt32(const std::string &text);
 // Device slot of a one-based XML index, modulo 2^16 as the records hold it.
-uint16_t ToSlotIndex(int32_t oneBased) noexcept;
+uint16_t ToSlotIndex(int32_t oneBased);
 
 // How a missing element or attribute is logged: the messages of the call
 // sites differ in a final full stop and, inside lists, a leading slot index.
@@ -32,26 +32,26 @@ constexpr Missing kMissFullStop{true, -1};
 // The element, searched from the first child when fromFirst; its absence is
 // logged (the slot index does not apply to elements).
 bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst,
-                      Missing how = kMissPlain) noexcept;
+                      Missing how = kMissPlain);
 
 // An absent or empty attribute counts as missing and is logged.
 bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &text,
-                        Missing how = kMissPlain) noexcept;
+                        Missing how = kMissPlain);
 bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
-                     Missing how = kMissPlain) noexcept;
+                     Missing how = kMissPlain);
 
 // "HH:MM" into hour and minute; a part that does not scan is left as it was.
-void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) noexcept;
+void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute);
 
 // Sets an "HH:MM" attribute; a garbage hour or minute the lock reports is
 // printed whole.
-bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) noexcept;
+bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute);
 
 // Adds Index with the one-based number of a device slot index.
-bool AddIndexElem(CMarkupSTL &xml, uint16_t index) noexcept;
+bool AddIndexElem(CMarkupSTL &xml, uint16_t index);
 
 // Adds DevSerial, the device's sub-serial (empty when the host has none).
-bool AddDevSerial(CMarkupSTL &xml) noexcept;
+bool AddDevSerial(CMarkupSTL &xml);
 
 }  // namespace norla
 

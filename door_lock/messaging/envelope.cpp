@@ -26,7 +26,7 @@ DoorLock_BusPlt_CtrlObj_S g_stBusPlt_CtrlObj = {0};
 pthread_mutex_t g_hLock_BusPlat = PTHREAD_MUTEX_INITIALIZER;
 
 // Element text takes only text on every host; to_chars needs no locale.
-bool SetResultText(CMarkupSTL &xml, int code) noexcept {
+bool SetResultText(CMarkupSTL &xml, int code) {
     char text[kIntTextLen];
     *std::to_chars(text, text + sizeof text - 1, code).ptr = '\0';
     return xml.x_SetData(text);
@@ -58,14 +58,14 @@ void DoorLock_ResetSeq() noexcept {
     pthread_mutex_unlock(&g_hLock_BusPlat);
 }
 
-int DoorLock_xml_init_req(CMarkupSTL &xml) noexcept {
+int DoorLock_xml_init_req(CMarkupSTL &xml) {
     xml.SetDoc(kXmlDeclaration);
     xml.x_AddElem("Request");
     xml.IntoElem();
     return 0;
 }
 
-int DoorLock_xml_init_rsp(CMarkupSTL &xml) noexcept {
+int DoorLock_xml_init_rsp(CMarkupSTL &xml) {
     xml.SetDoc(kXmlDeclaration);
     xml.x_AddElem("Response");
     xml.IntoElem();
@@ -73,14 +73,14 @@ int DoorLock_xml_init_rsp(CMarkupSTL &xml) noexcept {
     return 0;
 }
 
-int DoorLock_xml_set_result(CMarkupSTL &xml, int code) noexcept {
+int DoorLock_xml_set_result(CMarkupSTL &xml, int code) {
     if (!xml.FindElem("Result", true)) {
         return 0;
     }
     return SetResultText(xml, code) ? 1 : 0;
 }
 
-int DoorLock_xml_get_result(CMarkupSTL &xml) noexcept {
+int DoorLock_xml_get_result(CMarkupSTL &xml) {
     if (!xml.FindElem("Response", true)) {
         oqdev_debug(kLogError, "Failed to find elem:Response\n");
         return -1;
@@ -100,7 +100,7 @@ int DoorLock_xml_get_result(CMarkupSTL &xml) noexcept {
 }
 
 int DoorLock_send_msg_to_platform(CMarkupSTL &xml, int cmdId, const char *version,
-                                  unsigned char isResponse, unsigned int seq) noexcept {
+                                  unsigned char isResponse, unsigned int seq) {
     std::string text = xml.GetDoc();
     if (text.empty()) {
         oqdev_debug(kLogError, "Failed to build msg to platform, by cmdid[%#x].\n",
@@ -136,7 +136,7 @@ int DoorLock_send_msg_to_platform(CMarkupSTL &xml, int cmdId, const char *versio
     return 0;
 }
 
-int DoorLock_xml_init_report(CMarkupSTL &xml) noexcept {
+int DoorLock_xml_init_report(CMarkupSTL &xml) {
     DoorLock_xml_init_req(xml);
     if (!xml.x_AddElem("DevSerial", oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey)) ||
         !xml.x_AddElem("Authorization")) {
@@ -146,7 +146,7 @@ int DoorLock_xml_init_report(CMarkupSTL &xml) noexcept {
     return 0;
 }
 
-int DoorLock_send_report(CMarkupSTL &xml, int cmdId) noexcept {
+int DoorLock_send_report(CMarkupSTL &xml, int cmdId) {
     return DoorLock_send_msg_to_platform(xml, cmdId, kDoorLockVersion, 0, DoorLock_GetNextSeq());
 }
 

@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "frame/domain_ids.h"
+#include "frame/host_guard.h"
 #include "messaging/envelope.h"
 #include "oqdev_log.h"
 
@@ -13,7 +14,7 @@ constexpr std::size_t kSeqTextLen = 16;
 constexpr unsigned char kIsResponse = 1;
 constexpr int kNoResponse = 0;
 
-int SendResponse(CMarkupSTL &response, int rspCmd, const char *version, unsigned int seq) noexcept {
+int SendResponse(CMarkupSTL &response, int rspCmd, const char *version, unsigned int seq) {
     if (rspCmd == kNoResponse) {
         oqdev_debug(kLogInfo, "DoorLock_PltReq_DoRsp_Handle no rsp, while rsp cmd = %#x\n",
                     static_cast<unsigned int>(rspCmd));
@@ -27,19 +28,19 @@ int SendResponse(CMarkupSTL &response, int rspCmd, const char *version, unsigned
 // a failed allocation left half built never goes out; the document class
 // removes no element, so what the handler adds cannot break the skeleton.
 // Leaving the root fails when it was never entered.
-bool ResponseReady(CMarkupSTL &response) noexcept {
+bool ResponseReady(CMarkupSTL &response) {
     return response.OutOfElem() && response.FindElem("Response", true) && response.IntoElem() &&
            response.FindElem("Result", true);
 }
 
-int FailBuild(int rspCmd) noexcept {
+int FailBuild(int rspCmd) {
     oqdev_debug(kLogError, "Failed to build rsp of DoorLock, while rsp cmd = %#x\n",
                 static_cast<unsigned int>(rspCmd));
     return -1;
 }
 
 // A root named Response is served like a request on purpose.
-bool EnterRoot(CMarkupSTL &request) noexcept {
+bool EnterRoot(CMarkupSTL &request) {
     if (!request.FindElem("Request", true) && !request.FindElem("Response", true)) {
         return false;
     }
@@ -47,7 +48,7 @@ bool EnterRoot(CMarkupSTL &request) noexcept {
 }
 
 // Lets a handler read the sequence number from the request itself.
-void AddUserDefine(CMarkupSTL &request, unsigned int seq) noexcept {
+void AddUserDefine(CMarkupSTL &request, unsigned int seq) {
     char szSeq[kSeqTextLen];
     *std::to_chars(szSeq, szSeq + sizeof szSeq - 1, seq).ptr = '\0';
     if (request.x_AddElem("UserDefine")) {
@@ -55,10 +56,9 @@ void AddUserDefine(CMarkupSTL &request, unsigned int seq) noexcept {
     }
 }
 
-}  // namespace
-
-int DoorLock_PltReq_DoRsp_Handle(const char *data, int /*len*/, int rspCmd, const char *version,
-                                 unsigned int seq, DoorLock_ReqHandler handler) noexcept {
+// The request served: parsed, handed to its handler and answered.
+int Serve(const char *data, int rspCmd, const char *version, unsigned int seq,
+          DoorLock_ReqHandler handler) {
     CMarkupSTL request;
     CMarkupSTL response;
     DoorLock_xml_init_rsp(response);
@@ -84,6 +84,33 @@ int DoorLock_PltReq_DoRsp_Handle(const char *data, int /*len*/, int rspCmd, cons
         (void)handler(request, response);
     }
     return SendResponse(response, rspCmd, version, seq);
+}
+
+// What a request gets when the host's code threw half way: as when memory
+// runs out, 4 in a fresh response, or nothing when not even that can be built.
+int AnswerFailed(int rspCmd, const char *version, unsigned int seq) {
+    CMarkupSTL response;
+    DoorLock_xml_init_rsp(response);
+    if (!ResponseReady(response) || DoorLock_xml_set_result(response, kResultRefused) == 0) {
+        return FailBuild(rspCmd);
+    }
+    return SendResponse(response, rspCmd, version, seq);
+}
+
+}  // namespace
+
+int DoorLock_PltReq_DoRsp_Handle(const char *data, int /*len*/, int rspCmd, const char *version,
+                                 unsigned int seq, DoorLock_ReqHandler handler) noexcept {
+    int ret = -1;
+    if (DoorLock_Guard("request", [&] { ret = Serve(data, rspCmd, version, seq, handler); })) {
+        return ret;
+    }
+    // A document the exception cut short is never sent; the send is the last
+    // thing Serve does with one.
+    if (!DoorLock_Guard("request", [&] { ret = AnswerFailed(rspCmd, version, seq); })) {
+        ret = -1;
+    }
+    return ret;
 }
 
 }  // namespace norla

@@ -32,11 +32,11 @@ constexpr int kReportEventType = 0;
 using Plan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
 using Slot = oqDevSDK_DoorLock_FacePlanSlot_S;
 
-bool SlotEmpty(const Slot &slot) noexcept {
+bool SlotEmpty(const Slot &slot) {
     return slot.uiBegin == 0 && slot.uiEnd == 0;
 }
 
-bool AllSlotsEmpty(const Plan &plan) noexcept {
+bool AllSlotsEmpty(const Plan &plan) {
     for (const auto &day : plan.astDay) {
         for (const Slot &slot : day) {
             if (!SlotEmpty(slot)) {
@@ -49,7 +49,7 @@ bool AllSlotsEmpty(const Plan &plan) noexcept {
 
 // Each builder answers false when the document could not take an element or
 // attribute (its memory ran out), so that a report never goes out half built.
-bool AddSlot(CMarkupSTL &xml, const Slot &slot) noexcept {
+bool AddSlot(CMarkupSTL &xml, const Slot &slot) {
     char begin[kTimeTextLen] = {};
     char end[kTimeTextLen] = {};
     oqdev_MakeTimeString(slot.uiBegin, begin, kTimeTextLen);
@@ -58,7 +58,7 @@ bool AddSlot(CMarkupSTL &xml, const Slot &slot) noexcept {
 }
 
 bool AddDay(CMarkupSTL &xml, int day,
-            const Slot (&slots)[OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS]) noexcept {
+            const Slot (&slots)[OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS]) {
     if (!xml.x_AddElem("Date") || !xml.x_SetAttrib("Weekday", day) || !xml.IntoElem()) {
         return false;
     }
@@ -69,7 +69,7 @@ bool AddDay(CMarkupSTL &xml, int day,
     return xml.OutOfElem() && ok;
 }
 
-bool AddParams(CMarkupSTL &xml, const Plan &plan) noexcept {
+bool AddParams(CMarkupSTL &xml, const Plan &plan) {
     char enable[kIntTextLen];
     IntText(plan.iEnable, enable);
     if (!xml.x_AddElem("Params") || !xml.IntoElem()) {
@@ -86,7 +86,7 @@ bool AddParams(CMarkupSTL &xml, const Plan &plan) noexcept {
     return xml.OutOfElem() && ok;
 }
 
-bool BuildReport(CMarkupSTL &xml, const Plan &plan) noexcept {
+bool BuildReport(CMarkupSTL &xml, const Plan &plan) {
     oqdev_xml_init_req(xml);
     return xml.x_AddElem("Authorization") && xml.x_AddElem("Type", "DevicePlan") &&
            AddParams(xml, plan);
@@ -94,7 +94,7 @@ bool BuildReport(CMarkupSTL &xml, const Plan &plan) noexcept {
 
 }  // namespace
 
-int DoorAutoFaceUnlockPlan_IsChanged() noexcept {
+int DoorAutoFaceUnlockPlan_IsChanged() {
     Plan fetched;
     std::memset(&fetched, 0, sizeof fetched);
     int ret = DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, &fetched,
@@ -111,7 +111,7 @@ int DoorAutoFaceUnlockPlan_IsChanged() noexcept {
 
 // The report carries no DevSerial: it is built on the host's own request
 // skeleton, as the platform expects for device plans.
-int DoorAutoFaceUnlockPlan_Report(int arg) noexcept {
+int DoorAutoFaceUnlockPlan_Report(int arg) {
     (void)arg;
     oqdev_debug(OQDEV_LOG_INFO, "start to report ayuo face unlock plan\n");
     CMarkupSTL xml;
@@ -122,7 +122,7 @@ int DoorAutoFaceUnlockPlan_Report(int arg) noexcept {
     return DoorLock_send_report(xml, kCmdReportAutoFacePlan);
 }
 
-int DoorAutoFaceUnlockPlan_Reset() noexcept {
+int DoorAutoFaceUnlockPlan_Reset() {
     g_auto_face_unlock_plan.uiHeadWord = kResetHeadWord;
     g_auto_face_unlock_plan.uiChannel = 0;
     g_auto_face_unlock_plan.iEnable = kResetEnable;

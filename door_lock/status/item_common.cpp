@@ -13,11 +13,11 @@ constexpr int kIsChangedDevErr = -1;
 
 }  // namespace
 
-int IsChangedFetchError(int devRet) noexcept {
+int IsChangedFetchError(int devRet) {
     return (devRet & kDevErrCodeMask) == kDevErrPassedUp ? kIsChangedDevErr : 0;
 }
 
-int SendStatusReport(const char *type, const char *value) noexcept {
+int SendStatusReport(const char *type, const char *value) {
     CMarkupSTL xml;
     if (DoorLock_xml_init_report(xml) != 0) {
         return -1;

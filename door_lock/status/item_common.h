@@ -10,7 +10,7 @@ namespace norla {
 // Byte-wise change detection: any byte the device changes, reserved ones
 // included, is news. Copies the fetched record into the cache when it differs.
 template <typename T>
-bool TakeIfChanged(T &cache, const T &fetched) noexcept {
+bool TakeIfChanged(T &cache, const T &fetched) {
     static_assert(std::is_trivially_copyable<T>::value, "records are compared as bytes");
     if (std::memcmp(&fetched, &cache, sizeof cache) == 0) {
         return false;
@@ -21,10 +21,10 @@ bool TakeIfChanged(T &cache, const T &fetched) noexcept {
 
 // What a detector answers for a failed fetch: one class of device errors is
 // passed up as -1, every other failure counts as no change.
-int IsChangedFetchError(int devRet) noexcept;
+int IsChangedFetchError(int devRet);
 
 // A report whose body is one Status element with Type and Value.
-int SendStatusReport(const char *type, const char *value) noexcept;
+int SendStatusReport(const char *type, const char *value);
 
 }  // namespace norla
 

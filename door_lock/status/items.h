@@ -24,45 +24,45 @@ constexpr int kCmdReportUnlockEvents = 14738;
 constexpr int kCmdReportUserInfo = 14740;
 constexpr int kCmdReportAutoFacePlan = 12366;
 
-int DoorOpenRemindSwitch_IsChanged() noexcept;
-int DoorOpenRemindSwitch_Report(int arg) noexcept;
-int DoorOpenRemindSwitch_Reset() noexcept;
+int DoorOpenRemindSwitch_IsChanged();
+int DoorOpenRemindSwitch_Report(int arg);
+int DoorOpenRemindSwitch_Reset();
 
-int KeyVal_DoorFingerStore_IsChanged() noexcept;
-int KeyVal_DoorFingerStore_Report(int arg) noexcept;
-int KeyVal_DoorFingerStore_Reset() noexcept;
+int KeyVal_DoorFingerStore_IsChanged();
+int KeyVal_DoorFingerStore_Report(int arg);
+int KeyVal_DoorFingerStore_Reset();
 
-int KeyVal_DoorBellTone_IsChanged() noexcept;
-int KeyVal_DoorBellTone_Report(int arg) noexcept;
-int KeyVal_DoorBellTone_Reset() noexcept;
+int KeyVal_DoorBellTone_IsChanged();
+int KeyVal_DoorBellTone_Report(int arg);
+int KeyVal_DoorBellTone_Reset();
 
-int KeyVal_DoorPromptTone_IsChanged() noexcept;
-int KeyVal_DoorPromptTone_Report(int arg) noexcept;
-int KeyVal_DoorPromptTone_Reset() noexcept;
+int KeyVal_DoorPromptTone_IsChanged();
+int KeyVal_DoorPromptTone_Report(int arg);
+int KeyVal_DoorPromptTone_Reset();
 
-int KeyVal_DoorFaceUnlock_IsChanged() noexcept;
-int KeyVal_DoorFaceUnlock_Report(int arg) noexcept;
-int KeyVal_DoorFaceUnlock_Reset() noexcept;
+int KeyVal_DoorFaceUnlock_IsChanged();
+int KeyVal_DoorFaceUnlock_Report(int arg);
+int KeyVal_DoorFaceUnlock_Reset();
 
-int LockStatus_IsChanged() noexcept;
-int LockStatus_Report(int arg) noexcept;
-int LockStatus_Reset() noexcept;
+int LockStatus_IsChanged();
+int LockStatus_Report(int arg);
+int LockStatus_Reset();
 
-int PowerStatus_IsChanged() noexcept;
-int PowerStatus_Report(int arg) noexcept;
-int PowerStatus_Reset() noexcept;
+int PowerStatus_IsChanged();
+int PowerStatus_Report(int arg);
+int PowerStatus_Reset();
 
-int UnlockEvtRec_IsChanged() noexcept;
-int UnlockEvtRec_Report(int arg) noexcept;
-int UnlockEvtRec_Reset() noexcept;
+int UnlockEvtRec_IsChanged();
+int UnlockEvtRec_Report(int arg);
+int UnlockEvtRec_Reset();
 
-int UserInfo_IsChanged() noexcept;
-int UserInfo_Report(int arg) noexcept;
-int UserInfo_Reset() noexcept;
+int UserInfo_IsChanged();
+int UserInfo_Report(int arg);
+int UserInfo_Reset();
 
-int DoorAutoFaceUnlockPlan_IsChanged() noexcept;
-int DoorAutoFaceUnlockPlan_Report(int arg) noexcept;
-int DoorAutoFaceUnlockPlan_Reset() noexcept;
+int DoorAutoFaceUnlockPlan_IsChanged();
+int DoorAutoFaceUnlockPlan_Report(int arg);
+int DoorAutoFaceUnlockPlan_Reset();
 
 }  // namespace norla
 

@@ -31,18 +31,18 @@ oqDevSDK_DoorLock_LockStatus_S g_stLockStatus = {kUnknownByte, 0, 0, 0};
 // usPowerNum reads 255 until the first change.
 oqDevSDK_DoorLock_PowerStatus_S g_stPowerStatus = {kUnknownByte, {0, 0}, {}};
 
-bool SignalWithinTolerance(uint8_t cached, uint8_t fetched) noexcept {
+bool SignalWithinTolerance(uint8_t cached, uint8_t fetched) {
     const int drift = static_cast<int>(cached) - static_cast<int>(fetched);
     return drift >= -kSignalTolerance && drift <= kSignalTolerance;
 }
 
-void AddNumberElem(CMarkupSTL &xml, const char *name, uint8_t value) noexcept {
+void AddNumberElem(CMarkupSTL &xml, const char *name, uint8_t value) {
     char text[kIntTextLen];
     IntText(value, text);
     xml.x_AddElem(name, text);
 }
 
-const char *PowerName(uint8_t nameType) noexcept {
+const char *PowerName(uint8_t nameType) {
     switch (nameType) {
         case OQDEVSDK_DOORLOCK_POWER_NAME_DOOR:
             return "Door";
@@ -56,7 +56,7 @@ const char *PowerName(uint8_t nameType) noexcept {
 }
 
 // Adds one power source to the list; false when the object could not be made.
-bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) noexcept {
+bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) {
     cJSON *entry = cJSON_CreateObject();
     if (entry == nullptr) {
         oqdev_debug(kLogError, "Failed to create cjson object.\n");
@@ -88,7 +88,7 @@ bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) noex
 
 }  // namespace
 
-int LockStatus_IsChanged() noexcept {
+int LockStatus_IsChanged() {
     oqDevSDK_DoorLock_LockStatus_S rec;
     std::memset(&rec, 0, sizeof rec);
     if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS, &rec, sizeof rec) !=
@@ -110,7 +110,7 @@ int LockStatus_IsChanged() noexcept {
     return 1;
 }
 
-int LockStatus_Report(int /*arg*/) noexcept {
+int LockStatus_Report(int /*arg*/) {
     CMarkupSTL xml;
     if (DoorLock_xml_init_report(xml) != 0) {
         return -1;
@@ -121,12 +121,12 @@ int LockStatus_Report(int /*arg*/) noexcept {
     return DoorLock_send_report(xml, kCmdReportLockStatus);
 }
 
-int LockStatus_Reset() noexcept {
+int LockStatus_Reset() {
     std::memset(&g_stLockStatus, kUnknownByte, sizeof g_stLockStatus);
     return 0;
 }
 
-int PowerStatus_IsChanged() noexcept {
+int PowerStatus_IsChanged() {
     auto rec = DoorLock_FetchRecord<oqDevSDK_DoorLock_PowerStatus_S>(
         OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS,
         static_cast<unsigned int>(sizeof(oqDevSDK_DoorLock_PowerStatus_S)),
@@ -134,7 +134,7 @@ int PowerStatus_IsChanged() noexcept {
     return rec && TakeIfChanged(g_stPowerStatus, *rec) ? 1 : 0;
 }
 
-int PowerStatus_Report(int /*arg*/) noexcept {
+int PowerStatus_Report(int /*arg*/) {
     JsonPtr list(cJSON_CreateArray());
     if (!list) {
         oqdev_debug(kLogError, "Failed to create cjson array.\n");
@@ -156,7 +156,7 @@ int PowerStatus_Report(int /*arg*/) noexcept {
     return SendStatusReport("multiPower", text.get());
 }
 
-int PowerStatus_Reset() noexcept {
+int PowerStatus_Reset() {
     std::memset(&g_stPowerStatus, kUnknownByte, sizeof g_stPowerStatus);
     return 0;
 }

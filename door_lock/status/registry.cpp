@@ -1,8 +1,12 @@
 #include "status/registry.h"
 
+#include <array>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include "frame/domain_ids.h"
+#include "frame/host_guard.h"
 #include "oqdev_log.h"
 #include "oqdev_status_report.h"
 #include "status/items.h"
@@ -36,6 +40,35 @@ constexpr DoorLock_StatusItem_S kStatusItems[] = {
     {kStatusAutoFacePlan, &DoorAutoFaceUnlockPlan_IsChanged, &DoorAutoFaceUnlockPlan_Report, &DoorAutoFaceUnlockPlan_Reset},
 };
 // clang-format on
+constexpr std::size_t kItemCount = sizeof kStatusItems / sizeof kStatusItems[0];
+
+// The status-report module calls these in place of the items: an exception
+// from the host's code answers as an allocation failure does (no change seen,
+// report or reset failed).
+template <std::size_t I>
+int GuardedIsChanged() noexcept {
+    int ret = 0;
+    return DoorLock_Guard("status check", [&] { ret = kStatusItems[I].pfnIsChanged(); }) ? ret : 0;
+}
+template <std::size_t I>
+int GuardedReport(int arg) noexcept {
+    int ret = -1;
+    return DoorLock_Guard("status report", [&] { ret = kStatusItems[I].pfnReport(arg); }) ? ret
+                                                                                         : -1;
+}
+template <std::size_t I>
+int GuardedReset() noexcept {
+    int ret = -1;
+    return DoorLock_Guard("status reset", [&] { ret = kStatusItems[I].pfnReset(); }) ? ret : -1;
+}
+
+template <std::size_t... I>
+constexpr std::array<DoorLock_StatusItem_S, kItemCount> Guarded(std::index_sequence<I...>) {
+    return {{{kStatusItems[I].iStatusId, &GuardedIsChanged<I>, &GuardedReport<I>,
+              &GuardedReset<I>}...}};
+}
+constexpr std::array<DoorLock_StatusItem_S, kItemCount> kGuardedItems =
+    Guarded(std::make_index_sequence<kItemCount>());
 
 }  // namespace
 
@@ -48,7 +81,7 @@ int DoorLock_Func_Init() noexcept {
     oqdev_status_reg_s reg;
     std::memset(&reg, 0, sizeof reg);
     oqDevSDK_report_status_init();
-    for (const DoorLock_StatusItem_S &item : kStatusItems) {
+    for (const DoorLock_StatusItem_S &item : kGuardedItems) {
         reg.iStatusId = item.iStatusId;
         reg.pfnIsChanged = item.pfnIsChanged;
         reg.pfnReport = item.pfnReport;

@@ -50,7 +50,7 @@ const NumericKeyItem kPromptTone = {kKeyPromptTone, OQDEVSDK_DOORLOCK_FROM_DEV_P
                                     "Failed to get door prompt tone info.\n",
                                     &g_uiDoorPromptTone_Val};
 
-int NumericKey_IsChanged(const NumericKeyItem &item) noexcept {
+int NumericKey_IsChanged(const NumericKeyItem &item) {
     int32_t value = 0;
     if (DoorLock_BusDev_GetRuntimeInfo(item.iFromDevType, &value, sizeof value) != 0) {
         oqdev_debug(kLogError, "%s", item.pszFetchError);
@@ -63,20 +63,20 @@ int NumericKey_IsChanged(const NumericKeyItem &item) noexcept {
     return 1;
 }
 
-int NumericKey_Report(const NumericKeyItem &item) noexcept {
+int NumericKey_Report(const NumericKeyItem &item) {
     char value[kIntTextLen];
     IntText(*item.piCache, value);
     return SendStatusReport(item.pszKey, value);
 }
 
-int NumericKey_Reset(const NumericKeyItem &item) noexcept {
+int NumericKey_Reset(const NumericKeyItem &item) {
     *item.piCache = kUnknownValue;
     return 0;
 }
 
 }  // namespace
 
-int DoorOpenRemindSwitch_IsChanged() noexcept {
+int DoorOpenRemindSwitch_IsChanged() {
     oqDevSDK_DoorLock_SwitchCfg_S rec;
     rec.iEnable = 0;
     rec.iChannel = 0;
@@ -96,7 +96,7 @@ int DoorOpenRemindSwitch_IsChanged() noexcept {
     return changed;
 }
 
-int DoorOpenRemindSwitch_Report(int /*arg*/) noexcept {
+int DoorOpenRemindSwitch_Report(int /*arg*/) {
     CMarkupSTL xml;
     if (DoorLock_xml_init_report(xml) != 0) {
         return -1;
@@ -116,42 +116,42 @@ int DoorOpenRemindSwitch_Report(int /*arg*/) noexcept {
     return DoorLock_send_report(xml, kCmdReportSwitches);
 }
 
-int DoorOpenRemindSwitch_Reset() noexcept {
+int DoorOpenRemindSwitch_Reset() {
     std::memset(g_door_lock_switch, 0xFF, sizeof g_door_lock_switch);
     return 0;
 }
 
-int KeyVal_DoorFingerStore_IsChanged() noexcept {
+int KeyVal_DoorFingerStore_IsChanged() {
     return NumericKey_IsChanged(kFingerStore);
 }
-int KeyVal_DoorFingerStore_Report(int /*arg*/) noexcept {
+int KeyVal_DoorFingerStore_Report(int /*arg*/) {
     return NumericKey_Report(kFingerStore);
 }
-int KeyVal_DoorFingerStore_Reset() noexcept {
+int KeyVal_DoorFingerStore_Reset() {
     return NumericKey_Reset(kFingerStore);
 }
 
-int KeyVal_DoorBellTone_IsChanged() noexcept {
+int KeyVal_DoorBellTone_IsChanged() {
     return NumericKey_IsChanged(kBellTone);
 }
-int KeyVal_DoorBellTone_Report(int /*arg*/) noexcept {
+int KeyVal_DoorBellTone_Report(int /*arg*/) {
     return NumericKey_Report(kBellTone);
 }
-int KeyVal_DoorBellTone_Reset() noexcept {
+int KeyVal_DoorBellTone_Reset() {
     return NumericKey_Reset(kBellTone);
 }
 
-int KeyVal_DoorPromptTone_IsChanged() noexcept {
+int KeyVal_DoorPromptTone_IsChanged() {
     return NumericKey_IsChanged(kPromptTone);
 }
-int KeyVal_DoorPromptTone_Report(int /*arg*/) noexcept {
+int KeyVal_DoorPromptTone_Report(int /*arg*/) {
     return NumericKey_Report(kPromptTone);
 }
-int KeyVal_DoorPromptTone_Reset() noexcept {
+int KeyVal_DoorPromptTone_Reset() {
     return NumericKey_Reset(kPromptTone);
 }
 
-int KeyVal_DoorFaceUnlock_IsChanged() noexcept {
+int KeyVal_DoorFaceUnlock_IsChanged() {
     oqDevSDK_DoorLock_FaceUnlock_S rec;
     std::memset(&rec, 0, sizeof rec);
     const int ret =
@@ -163,7 +163,7 @@ int KeyVal_DoorFaceUnlock_IsChanged() noexcept {
 }
 
 // A JSON failure here answers 0 (nothing to send), unlike the power report.
-int KeyVal_DoorFaceUnlock_Report(int /*arg*/) noexcept {
+int KeyVal_DoorFaceUnlock_Report(int /*arg*/) {
     JsonPtr object(cJSON_CreateObject());
     if (!object) {
         oqdev_debug(kLogError, "Failed to create json object.\n");
@@ -185,7 +185,7 @@ int KeyVal_DoorFaceUnlock_Report(int /*arg*/) noexcept {
     return SendStatusReport(kKeyFaceUnlock, text.get());
 }
 
-int KeyVal_DoorFaceUnlock_Reset() noexcept {
+int KeyVal_DoorFaceUnlock_Reset() {
     g_stFaceUnlock.iUnlockType = kUnknownValue;
     g_stFaceUnlock.iUnlockSensitivity = kUnknownValue;
     return 0;

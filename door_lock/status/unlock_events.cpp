@@ -20,7 +20,7 @@ oqDevSDK_DoorLock_UnlockEvtRecList_S g_stUnlockEvtRec;
 
 }  // namespace
 
-int UnlockEvtRec_IsChanged() noexcept {
+int UnlockEvtRec_IsChanged() {
     auto batch = DoorLock_FetchRecord<oqDevSDK_DoorLock_UnlockEvtRecList_S>(
         OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS, OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN,
         "Failed to get unlock event records info.\n", false);
@@ -35,7 +35,7 @@ int UnlockEvtRec_IsChanged() noexcept {
     return 1;
 }
 
-int UnlockEvtRec_Report(int arg) noexcept {
+int UnlockEvtRec_Report(int arg) {
     static_cast<void>(arg);
     CMarkupSTL xml;
     int ret = -1;
@@ -65,7 +65,7 @@ int UnlockEvtRec_Report(int arg) noexcept {
     return ret;
 }
 
-int UnlockEvtRec_Reset() noexcept {
+int UnlockEvtRec_Reset() {
     std::memset(&g_stUnlockEvtRec, 0, sizeof g_stUnlockEvtRec);
     return 0;
 }

@@ -17,7 +17,7 @@ oqDevSDK_DoorLock_UserInfo_S g_stUserInfo;
 
 }  // namespace
 
-int UserInfo_IsChanged() noexcept {
+int UserInfo_IsChanged() {
     auto table = DoorLock_FetchRecord<oqDevSDK_DoorLock_UserInfo_S>(
         OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,
         "Failed to get user info.\n");
@@ -26,7 +26,7 @@ int UserInfo_IsChanged() noexcept {
     return table && TakeIfChanged(g_stUserInfo, *table) ? 1 : 0;
 }
 
-int UserInfo_Report(int arg) noexcept {
+int UserInfo_Report(int arg) {
     static_cast<void>(arg);
     CMarkupSTL xml;
     if (DoorLock_xml_init_report(xml) != 0) {
@@ -40,7 +40,7 @@ int UserInfo_Report(int arg) noexcept {
 }
 
 // No device delivers an all-0xFF table, so the next detection reports.
-int UserInfo_Reset() noexcept {
+int UserInfo_Reset() {
     std::memset(&g_stUserInfo, 0xFF, sizeof g_stUserInfo);
     return 0;
 }

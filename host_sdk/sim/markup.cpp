@@ -457,15 +457,15 @@ struct CMarkupSTL::Impl {
     std::string m_declLong;
 };
 
-CMarkupSTL::CMarkupSTL() noexcept : m_pImpl(new (std::nothrow) Impl) {}
+CMarkupSTL::CMarkupSTL() : m_pImpl(new (std::nothrow) Impl) {}
 
-CMarkupSTL::CMarkupSTL(const char *pszDoc) noexcept : m_pImpl(new (std::nothrow) Impl) {
+CMarkupSTL::CMarkupSTL(const char *pszDoc) : m_pImpl(new (std::nothrow) Impl) {
     SetDoc(pszDoc);
 }
 
 CMarkupSTL::~CMarkupSTL() = default;
 
-bool CMarkupSTL::SetDoc(const char *pszDoc) noexcept {
+bool CMarkupSTL::SetDoc(const char *pszDoc) {
     if (!m_pImpl) {
         return false;
     }
@@ -500,7 +500,7 @@ bool CMarkupSTL::SetDoc(const char *pszDoc) noexcept {
     }
 }
 
-std::string CMarkupSTL::GetDoc() const noexcept {
+std::string CMarkupSTL::GetDoc() const {
     if (!m_pImpl) {
         return std::string();
     }
@@ -516,7 +516,7 @@ std::string CMarkupSTL::GetDoc() const noexcept {
     }
 }
 
-bool CMarkupSTL::FindElem(const char *pszName, bool bFromFirst) noexcept {
+bool CMarkupSTL::FindElem(const char *pszName, bool bFromFirst) {
     if (!m_pImpl) {
         return false;
     }
@@ -531,7 +531,7 @@ bool CMarkupSTL::FindElem(const char *pszName, bool bFromFirst) noexcept {
     return false;
 }
 
-bool CMarkupSTL::IntoElem() noexcept {
+bool CMarkupSTL::IntoElem() {
     if (!m_pImpl || !m_pImpl->main) {
         return false;
     }
@@ -540,7 +540,7 @@ bool CMarkupSTL::IntoElem() noexcept {
     return true;
 }
 
-bool CMarkupSTL::OutOfElem() noexcept {
+bool CMarkupSTL::OutOfElem() {
     if (!m_pImpl || m_pImpl->AtTop()) {
         return false;
     }
@@ -549,14 +549,14 @@ bool CMarkupSTL::OutOfElem() noexcept {
     return true;
 }
 
-void CMarkupSTL::ResetPos() noexcept {
+void CMarkupSTL::ResetPos() {
     if (m_pImpl) {
         m_pImpl->level = m_pImpl->doc;
         m_pImpl->main = pugi::xml_node();
     }
 }
 
-bool CMarkupSTL::x_AddElem(const char *pszName, const char *pszData) noexcept {
+bool CMarkupSTL::x_AddElem(const char *pszName, const char *pszData) {
     if (!m_pImpl || pszName == nullptr || *pszName == '\0') {
         return false;
     }
@@ -583,11 +583,11 @@ bool CMarkupSTL::x_AddElem(const char *pszName, const char *pszData) noexcept {
     return true;
 }
 
-bool CMarkupSTL::x_AddElem(const char *pszName, int iData) noexcept {
+bool CMarkupSTL::x_AddElem(const char *pszName, int iData) {
     return x_AddElem(pszName, IntText(iData).text);
 }
 
-std::string CMarkupSTL::x_GetData() const noexcept {
+std::string CMarkupSTL::x_GetData() const {
     if (!m_pImpl || !m_pImpl->main) {
         return std::string();
     }
@@ -603,7 +603,7 @@ std::string CMarkupSTL::x_GetData() const noexcept {
     }
 }
 
-bool CMarkupSTL::x_SetData(const char *pszData) noexcept {
+bool CMarkupSTL::x_SetData(const char *pszData) {
     if (!m_pImpl || !m_pImpl->main) {
         return false;
     }
@@ -631,11 +631,11 @@ bool CMarkupSTL::x_SetData(const char *pszData) noexcept {
     return first.set_value(pszData);
 }
 
-bool CMarkupSTL::x_SetData(int iData) noexcept {
+bool CMarkupSTL::x_SetData(int iData) {
     return x_SetData(IntText(iData).text);
 }
 
-std::string CMarkupSTL::x_GetAttrib(const char *pszName) const noexcept {
+std::string CMarkupSTL::x_GetAttrib(const char *pszName) const {
     if (!m_pImpl || !m_pImpl->main || pszName == nullptr) {
         return std::string();
     }
@@ -646,7 +646,7 @@ std::string CMarkupSTL::x_GetAttrib(const char *pszName) const noexcept {
     }
 }
 
-bool CMarkupSTL::x_SetAttrib(const char *pszName, const char *pszValue) noexcept {
+bool CMarkupSTL::x_SetAttrib(const char *pszName, const char *pszValue) {
     if (!m_pImpl || !m_pImpl->main || pszName == nullptr || *pszName == '\0') {
         return false;
     }
@@ -664,11 +664,11 @@ bool CMarkupSTL::x_SetAttrib(const char *pszName, const char *pszValue) noexcept
     return attr && attr.set_value(pszValue != nullptr ? pszValue : "");
 }
 
-bool CMarkupSTL::x_SetAttrib(const char *pszName, int iValue) noexcept {
+bool CMarkupSTL::x_SetAttrib(const char *pszName, int iValue) {
     return x_SetAttrib(pszName, IntText(iValue).text);
 }
 
-std::string CMarkupSTL::GetTagName() const noexcept {
+std::string CMarkupSTL::GetTagName() const {
     if (!m_pImpl || !m_pImpl->main) {
         return std::string();
     }
