@@ -12,7 +12,7 @@ std::string ResolvePath(const std::string &path) {
     return path;
 }
 
-bool Load(const std::string &path, DeviceLibrary *lib, std::string *why) {
+bool Open(const std::string &path, DeviceLibrary *lib, std::string *why) {
     lib->path = ResolvePath(path);
     void *handle = dlopen(lib->path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
@@ -20,23 +20,30 @@ bool Load(const std::string &path, DeviceLibrary *lib, std::string *why) {
         *why = error != nullptr ? error : "cannot be loaded";
         return false;
     }
-    auto entry = reinterpret_cast<oqDevSDK_DoorLock_DeviceCallbacks_F>(
+    lib->entry = reinterpret_cast<oqDevSDK_DoorLock_DeviceCallbacks_F>(
         dlsym(handle, OQDEVSDK_DOORLOCK_DEVICE_CALLBACKS_SYMBOL));
-    if (entry == nullptr) {
+    if (lib->entry == nullptr) {
         dlclose(handle);
         *why = path + " does not export " + OQDEVSDK_DOORLOCK_DEVICE_CALLBACKS_SYMBOL;
-        return false;
-    }
-    lib->callbacks = entry();
-    if (lib->callbacks.Recv_Msg == nullptr || lib->callbacks.Get_Runtime_Info == nullptr) {
-        dlclose(handle);
-        *why = std::string(OQDEVSDK_DOORLOCK_DEVICE_CALLBACKS_SYMBOL) + " of " + path +
-               " handed back a null callback";
         return false;
     }
     lib->event = reinterpret_cast<oqDevSDK_DoorLock_DeviceEvent_F>(
         dlsym(handle, OQDEVSDK_DOORLOCK_DEVICE_EVENT_SYMBOL));
     return true;
+}
+
+bool Start(DeviceLibrary *lib, std::string *why) {
+    lib->callbacks = lib->entry();
+    if (lib->callbacks.Recv_Msg == nullptr || lib->callbacks.Get_Runtime_Info == nullptr) {
+        *why = std::string(OQDEVSDK_DOORLOCK_DEVICE_CALLBACKS_SYMBOL) + " of " + lib->path +
+               " handed back a null callback";
+        return false;
+    }
+    return true;
+}
+
+bool Load(const std::string &path, DeviceLibrary *lib, std::string *why) {
+    return Open(path, lib, why) && Start(lib, why);
 }
 
 }  // namespace devlib

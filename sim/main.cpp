@@ -10,7 +10,6 @@
 #include <iostream>
 #include <string>
 
-#include "conformance.h"
 #include "device_lib.h"
 #include "device_library.h"
 #include "lock.h"
@@ -23,20 +22,17 @@ constexpr int kExitUsage = 1;
 
 const char kUsage[] =
     "usage: doorlock-sim [--json] [--module PATH] [--device LIB] [SCENARIO | -]\n"
-    "       doorlock-sim --conformance [--device LIB]\n"
     "  Plays SCENARIO (standard input for '-', the tour when none is given)\n"
     "  against the door-lock module with a simulated lock.\n"
     "  --json         one JSON object a line instead of the transcript\n"
     "  --module PATH  the module to load (also $DOORLOCK_MODULE)\n"
-    "  --device LIB   a device application library in place of the simulated lock\n"
-    "  --conformance  check the device application (or the simulated lock) instead\n";
+    "  --device LIB   a device application library in place of the simulated lock\n";
 
 struct Options {
     bool json = false;
     std::string module;
     std::string scenario;
     std::string device;
-    bool conformance = false;
 };
 
 // Run from its build tree, the simulator loads that tree's module and plays
@@ -55,8 +51,6 @@ bool ParseOptions(int argc, char **argv, Options *opt) {
             opt->module = argv[++i];
         } else if (arg == "--device" && i + 1 < argc) {
             opt->device = argv[++i];
-        } else if (arg == "--conformance") {
-            opt->conformance = true;
         } else if (arg == "-h" || arg == "--help") {
             return false;
         } else if (opt->scenario.empty() && (arg == "-" || arg[0] != '-')) {
@@ -109,9 +103,6 @@ int main(int argc, char **argv) {
     if (!ParseOptions(argc, argv, &opt)) {
         std::fputs(kUsage, stderr);
         return kExitUsage;
-    }
-    if (opt.conformance) {
-        return dlsim::ConformanceMain(opt.device, stdout, stderr);
     }
     std::ifstream file;
     std::istream *in = &std::cin;

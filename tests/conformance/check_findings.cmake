@@ -1,13 +1,21 @@
-# Run by ctest: doorlock-sim --conformance --device DEVICE must fail with the
-# report in EXPECTED (the library's path written as DEVICE).
+# Run by ctest: doorlock-qualify LIBRARY must exit with STATUS and print each
+# line of EXPECT ("|"-separated regular expressions: a type code's verdict
+# line, then the findings listed under it).
 string(REPLACE "|" ";" emulator "${EMULATOR}")
-execute_process(COMMAND ${emulator} ${SIM} --conformance --device ${DEVICE}
+string(REPLACE "|" ";" limits "${LIMITS}")
+execute_process(COMMAND ${emulator} ${QUALIFY} ${limits} --report ${LIBRARY}.json ${LIBRARY}
                 RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
-if(NOT rc EQUAL 3)
-    message(FATAL_ERROR "exit status ${rc}, expected 3 (findings)\n${out}${err}")
+if(NOT rc EQUAL STATUS)
+    message(FATAL_ERROR "exit status ${rc}, expected ${STATUS}\n${out}${err}")
 endif()
-string(REPLACE "${DEVICE}" "DEVICE" out "${out}")
-file(READ ${EXPECTED} expected)
-if(NOT out STREQUAL expected)
-    message(FATAL_ERROR "findings differ from ${EXPECTED}:\n${out}")
+string(REPLACE "|" ";" expect "${EXPECT}")
+foreach(line IN LISTS expect)
+    if(NOT out MATCHES "${line}")
+        message(FATAL_ERROR "no line matches '${line}':\n${out}${err}")
+    endif()
+endforeach()
+file(READ ${LIBRARY}.json report)
+string(JSON verdict GET "${report}" exit_status)
+if(NOT verdict EQUAL STATUS)
+    message(FATAL_ERROR "the JSON report says exit status ${verdict}:\n${report}")
 endif()
