@@ -15,8 +15,9 @@
  * - The module calls from its kernel, status-report and timer threads at the
  *   same time: one mutex guards the whole state and is never held while
  *   calling out.
- * - Non-zero answers: the codes below; the module turns some of them into
- *   platform results (user and snap password refusals).
+ * - Non-zero answers: the header's OQDEVSDK_DOORLOCK_DEV_ERR_* where one
+ *   fits (the module turns them into platform results of their own), the
+ *   lock's own codes below otherwise.
  */
 #include <pthread.h>
 #include <stdio.h>
@@ -25,13 +26,14 @@
 
 #include "oqDevSDK_door_lock_device.h"
 
-/* Answers besides 0. */
+/* Answers besides 0: the ones with a meaning to the module, then this
+ * lock's own, which the platform hears as a plain failure. */
+#define LOCK_ERR_SNAP_FULL OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_FULL
+#define LOCK_ERR_SNAP_UNKNOWN OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_UNKNOWN
+#define LOCK_ERR_SNAP_LIMIT OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_LIMIT
+#define LOCK_ERR_USERS_FULL OQDEVSDK_DOORLOCK_DEV_ERR_USERS_FULL
+#define LOCK_ERR_USER_UNKNOWN OQDEVSDK_DOORLOCK_DEV_ERR_USER_UNKNOWN
 #define LOCK_ERR_BAD_RECORD 0x18000   /* unknown type, wrong length, index out of range */
-#define LOCK_ERR_SNAP_FULL 0x18001    /* no free snap password slot */
-#define LOCK_ERR_SNAP_UNKNOWN 0x18002 /* no snap password in that slot */
-#define LOCK_ERR_SNAP_LIMIT 0x18003   /* use limit neither -1 nor positive */
-#define LOCK_ERR_USERS_FULL 0x18004   /* user table full */
-#define LOCK_ERR_USER_UNKNOWN 0x18005 /* no user with that index */
 #define LOCK_ERR_PLANS_FULL 0x18006   /* no free alarm plan slot */
 #define LOCK_ERR_PLAN_UNKNOWN 0x18007 /* no alarm plan with that index */
 

@@ -2,8 +2,9 @@
 # would use them: unpacks runtime, -dev and tools into a scratch root, checks
 # the module in it, then builds against that root and runs what it built: the
 # consumer through the CMake package and through pkg-config, the reference
-# device application from the -dev package's copy, and the packaged simulator
-# playing its tour. Usage (scripts/package runs it):
+# device application from the -dev package's copy (both ways, qualified by the
+# packaged doorlock-qualify), and the packaged simulator playing its tour.
+# Usage (scripts/package runs it):
 #   cmake -DPACKAGE_DIR=... -DWORK_DIR=... -DSOURCE_DIR=... -DDEB_ARCH=amd64
 #         -DMULTIARCH=x86_64-linux-gnu -DC_COMPILER=cc -DREADELF=readelf
 #         [-DTOOLCHAIN=file "-DEMULATOR=qemu-arm;-L;..."] -P check_packages.cmake
@@ -94,6 +95,17 @@ run("reference device application configure" ${CMAKE_COMMAND} -S ${example}
     -B ${WORK_DIR}/device_app ${cmake_args})
 run("reference device application build" ${CMAKE_COMMAND} --build ${WORK_DIR}/device_app)
 run("reference device application, one second" ${emulator} ${WORK_DIR}/device_app/door_lock_app 1)
+file(MAKE_DIRECTORY ${WORK_DIR}/device_app_pc)
+run("reference device application with pkg-config" make -C ${WORK_DIR}/device_app_pc
+    -f ${example}/Makefile VPATH=${example} CC=${C_COMPILER})
+# Calls run many times slower under the emulator.
+if(emulator)
+    set(qualify_limits --bound 2000 --hang 10000)
+endif()
+foreach(build device_app device_app_pc)
+    run("${build} qualified by the packaged tool" ${emulator} ${root}/usr/bin/doorlock-qualify
+        ${qualify_limits} --strict ${WORK_DIR}/${build}/libdoor_lock_device.so)
+endforeach()
 
 run("packaged simulator" ${run_tool} ${root}/usr/bin/doorlock-sim
     --module ${lib}/liboqDevSDK_door_lock.so ${root}/usr/share/oqDevSDK_door_lock/tour.scn)
@@ -101,4 +113,4 @@ if(NOT last_output MATCHES "DoorLock domain registered")
     message(FATAL_ERROR "the packaged simulator did not start the module:\n${last_output}")
 endif()
 message(STATUS "${DEB_ARCH} packages ${version}: unpacked, consumer, reference device "
-               "application and simulator built and run against them")
+               "application (qualified) and simulator built and run against them")
