@@ -3,12 +3,12 @@
 #                              build against the emulated host SDK, the emulator
 #   liboqdevsdk-door-lock-dev  dev: headers, CMake package, pkg-config file,
 #                              the reference device application's sources
-#   oqdevsdk-door-lock-tools   tools: doorlock-sim and its tour
+#   oqdevsdk-door-lock-tools   tools: doorlock-sim and its tour, doorlock-qualify
 # Built by the release presets (cmake --workflow --preset release, or
 # armhf-release) and checked by scripts/package.
 
 # The simulator is defined after cmake/Install.cmake runs, so it is installed
-# from here.
+# from here (doorlock-qualify installs itself).
 if(TARGET doorlock-sim)
     install(TARGETS doorlock-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
     install(FILES ${PROJECT_SOURCE_DIR}/scenarios/tour.scn
@@ -88,6 +88,7 @@ set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
     "Door-lock domain module of the device SDK: simulator\n\
 doorlock-sim plays scripted scenarios against the module with a simulated\n\
-lock and checks a device application against the callbacks' contract.")
+lock; doorlock-qualify checks a device application against the callbacks'\n\
+contract.")
 
 include(CPack)

@@ -14,9 +14,11 @@ constexpr int32_t kPlanBeginHour = 22;
 constexpr int32_t kPlanEndHour = 23;
 constexpr uint8_t kCheckLowPercent = 20;
 
+// The vector's storage comes from operator new, aligned for any record; the
+// cast through void says so to -Wcast-align on targets that align strictly.
 template <typename T>
 T *As(std::vector<uint8_t> &bytes) {
-    return reinterpret_cast<T *>(bytes.data());
+    return static_cast<T *>(static_cast<void *>(bytes.data()));
 }
 
 std::string Beyond(const std::string &field, size_t count, size_t max) {

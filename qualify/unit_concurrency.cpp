@@ -101,7 +101,7 @@ bool TornPoll(Session &s, int type, uint32_t trapAt, Mode mode, const std::strin
 // A plan with users whose names fill several pages of the plan list.
 std::vector<uint8_t> BigPlan(Session &s) {
     std::vector<uint8_t> rec = SampleRecord(s, OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN);
-    auto *plan = reinterpret_cast<oqDevSDK_DoorLock_SetAlarmPlan_S *>(rec.data());
+    auto *plan = static_cast<oqDevSDK_DoorLock_SetAlarmPlan_S *>(static_cast<void *>(rec.data()));
     plan->usUserNum = kPlanUsers;
     for (uint16_t u = 0; u < kPlanUsers; ++u) {
         plan->astUser[u].usIndex = u;
