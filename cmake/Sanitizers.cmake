@@ -19,3 +19,12 @@ if(DEFINED _san)
     add_compile_options(${_san})
     add_link_options(${_san})
 endif()
+
+# A fuzzing build instruments the emulator and the module for libFuzzer's
+# coverage feedback; only the harnesses link the fuzzer's main.
+if(DOORLOCK_BUILD_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        message(FATAL_ERROR "DOORLOCK_BUILD_FUZZ needs clang (CC=clang CXX=clang++)")
+    endif()
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

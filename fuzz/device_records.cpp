@@ -10,17 +10,25 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
+#include "device_records.h"
 #include "harness.h"
 #include "oqdev_sim.h"
+#include "vocabulary.h"
 
 namespace {
 
 constexpr uint32_t kSeq = 77;
 
 // Status items by id; the order is the inputs' numbering.
-constexpr int kItems[] = {66, 67, 68, 69, 97, 70, 73, 71, 72, 121};
+constexpr int kItems[] = {norla::kStatusSwitches,   norla::kStatusFingerStore,
+                          norla::kStatusBellTone,   norla::kStatusPromptTone,
+                          norla::kStatusFaceUnlock, norla::kStatusLockStatus,
+                          norla::kStatusPower,      norla::kStatusUnlockEvents,
+                          norla::kStatusUserInfo,   norla::kStatusAutoFacePlan};
 constexpr size_t kItemCount = sizeof kItems / sizeof kItems[0];
 
 // Requests whose answers are built from records the device hands back.
@@ -29,23 +37,26 @@ struct Request {
     const char *body;
 };
 constexpr Request kRequests[] = {
-    {20160, "<Request/>"},
-    {18861, "<Request/>"},
-    {18853, "<Request/>"},
-    {18857, R"(<Request><OptType Type="1" Index="1"/><UserInfo><User Index="1" Type="1" )"
-            R"(Name="alice" RemarkName="owner"/><Expire Enable="1" Begin="2023-11-01 00:00:00" )"
-            R"(End="2024-11-01 00:00:00"><DateList><Date Weekday="1,2" Begin="07:00" )"
-            R"(End="22:00" Num="-1"/></DateList></Expire><Auth Pwd="1" Card="0" Finger="2" )"
-            R"(Face="1"/></UserInfo></Request>)"},
-    {18859,
+    {norla::kCmdQueryUserInfo, "<Request/>"},
+    {norla::kCmdQuerySnapPwds, "<Request/>"},
+    {norla::kCmdQueryAlarmPlans, "<Request/>"},
+    {norla::kCmdSetUserInfo,
+     R"(<Request><OptType Type="1" Index="1"/><UserInfo><User Index="1" Type="1" )"
+     R"(Name="alice" RemarkName="owner"/><Expire Enable="1" Begin="2023-11-01 00:00:00" )"
+     R"(End="2024-11-01 00:00:00"><DateList><Date Weekday="1,2" Begin="07:00" )"
+     R"(End="22:00" Num="-1"/></DateList></Expire><Auth Pwd="1" Card="0" Finger="2" )"
+     R"(Face="1"/></UserInfo></Request>)"},
+    {norla::kCmdSetSnapPwd,
      R"(<Request><OptType Type="0"/><Info><User Name="courier"/><Expire )"
      R"(Begin="2023-11-14 00:00:00" End="2023-11-16 00:00:00"/><Limit Num="2"/></Info></Request>)"},
-    {18855, R"(<Request><OptType Type="0"/><Plan Enable="1" Weekday="1,5"><DateList><Date )"
-            R"(Begin="17:00" End="19:30"/></DateList><UserList><User Index="1" )"
-            R"(Name="alice"/></UserList></Plan></Request>)"},
-    {18849, "<Request><UserID>alice</UserID><Timeout>30</Timeout></Request>"},
-    {18731, R"(<Request><Enable>1</Enable><Actor Channel="1" PlanType="19"/><Date )"
-            R"(Weekday="1"><Plan B="07:30" E="08:30"/></Date></Request>)"},
+    {norla::kCmdSetAlarmPlan,
+     R"(<Request><OptType Type="0"/><Plan Enable="1" Weekday="1,5"><DateList><Date )"
+     R"(Begin="17:00" End="19:30"/></DateList><UserList><User Index="1" )"
+     R"(Name="alice"/></UserList></Plan></Request>)"},
+    {norla::kCmdTriggerUserVerify,
+     "<Request><UserID>alice</UserID><Timeout>30</Timeout></Request>"},
+    {norla::kCmdSetDevPlan, R"(<Request><Enable>1</Enable><Actor Channel="1" PlanType="19"/><Date )"
+                            R"(Weekday="1"><Plan B="07:30" E="08:30"/></Date></Request>)"},
 };
 constexpr size_t kRequestCount = sizeof kRequests / sizeof kRequests[0];
 
@@ -54,7 +65,8 @@ constexpr uint8_t kWriteBackFlag = 0x02;  // overwrite records handed to the dev
 constexpr int kResultShift = 2;
 constexpr uint8_t kResultMask = 0x07;
 // Mostly success; the failures include one whose low 12 bits are 4.
-constexpr int kResults[] = {0, 0, 0, 0, -1, 4, 0x1004, 0x18001};
+constexpr int kResults[] = {
+    0, 0, 0, 0, -1, norla::kResultRefused, 0x1004, OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_FULL};
 
 constexpr size_t kBytesPerEntry = 8;
 constexpr size_t kMinEntries = 2;
@@ -83,7 +95,18 @@ void Fill(void *buf, uint32_t len) {
     }
 }
 
+// The module hands every record with the type code and length of the
+// contract's table.
+void CheckRecord(norla::DevDir dir, const oqDevSDK_DoorLock_Msg_S &msg) {
+    const norla::DeviceRecordInfo *info = norla::FindDeviceRecord(dir, msg.iType);
+    if (info == nullptr || info->uiLen != msg.uiLen) {
+        std::fprintf(stderr, "type %d handed with %u bytes\n", msg.iType, msg.uiLen);
+        std::abort();
+    }
+}
+
 int RecvMsg(oqDevSDK_DoorLock_Msg_S *msg) {
+    CheckRecord(norla::DevDir::kToDevice, *msg);
     if (g_device.writeBack) {
         Fill(msg->pData, msg->uiLen);
     }
@@ -119,6 +142,7 @@ void SizeLists(const oqDevSDK_DoorLock_Msg_S &msg) {
 }
 
 int GetRuntimeInfo(oqDevSDK_DoorLock_Msg_S *msg) {
+    CheckRecord(norla::DevDir::kFromDevice, *msg);
     Fill(msg->pData, msg->uiLen);
     SizeLists(*msg);
     return g_device.result;
@@ -149,7 +173,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     } else {
         const Request &req = kRequests[op - kItemCount];
         oqsim::deliver(req.cmd, kSeq, req.body);
-        fuzz::CheckSent(req.cmd + 1, kSeq);
+        fuzz::CheckSent(norla::ResponseOf(req.cmd), kSeq);
     }
     fuzz::StopModule();
     return 0;

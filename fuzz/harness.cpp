@@ -10,12 +10,13 @@
 #include "frame/module.h"
 #include "messaging/envelope.h"
 #include "oqdev_sim.h"
+#include "vocabulary.h"
 
 namespace fuzz {
 namespace {
 
-constexpr int kDomainId = 4400;
-constexpr const char *kVersion = "v1.0.0";
+using namespace norla;
+
 constexpr int kMaxCodesPerCommand = 6;
 
 // Every result a response may carry besides 0 (which also pads the rows), by
@@ -26,16 +27,19 @@ struct Answer {
     int codes[kMaxCodesPerCommand];
 };
 constexpr Answer kAnswers[] = {
-    {18700, {3, 2, 4}},                          // set switch
-    {18830, {3, 2, 4}},                          // set key value
-    {18858, {3, 4, 1581063, 1581064}},           // set user
-    {20161, {3, 4}},                             // query users
-    {18860, {3, 4, 1585153, 1585154, 1585155}},  // set snap password
-    {18862, {3, 4}},                             // query snap passwords
-    {18856, {3, 4}},                             // set not-back alarm plan
-    {18854, {3, 4}},                             // query not-back alarm plans
-    {18850, {3, 4, 1572867, 1572868}},           // trigger user verification
-    {18732, {3, 4, 131}},                        // set device plan
+    {ResponseOf(kCmdSetSwitch), {kResultBadRequest, kResultUnknownType, kResultRefused}},
+    {ResponseOf(kCmdSetKeyValue), {kResultBadRequest, kResultUnknownType, kResultRefused}},
+    {ResponseOf(kCmdSetUserInfo),
+     {kResultBadRequest, kResultRefused, kResultUsersFull, kResultUserUnknown}},
+    {ResponseOf(kCmdQueryUserInfo), {kResultBadRequest, kResultRefused}},
+    {ResponseOf(kCmdSetSnapPwd),
+     {kResultBadRequest, kResultRefused, kResultSnapFull, kResultSnapUnknown, kResultSnapLimit}},
+    {ResponseOf(kCmdQuerySnapPwds), {kResultBadRequest, kResultRefused}},
+    {ResponseOf(kCmdSetAlarmPlan), {kResultBadRequest, kResultRefused}},
+    {ResponseOf(kCmdQueryAlarmPlans), {kResultBadRequest, kResultRefused}},
+    {ResponseOf(kCmdTriggerUserVerify),
+     {kResultBadRequest, kResultRefused, kResultVerifyFailed, kResultVerifyOther}},
+    {ResponseOf(kCmdSetDevPlan), {kResultBadRequest, kResultRefused, kResultPlanRefused}},
 };
 
 long g_liveBlocks = 0;
@@ -89,7 +93,7 @@ void CheckSent(int rspCmd, uint32_t seq) {
         if (!doc.SetDoc(sent.body.c_str())) {
             Fail("a message sent does not parse as XML", sent.body);
         }
-        if (sent.rec.iDomainId != kDomainId || sent.version != kVersion) {
+        if (sent.rec.iDomainId != kDoorLockDomainId || sent.version != kDoorLockVersion) {
             Fail("a message sent under a foreign domain or version", sent.version);
         }
         if (sent.rec.ucIsResponse == 0) {

@@ -6,22 +6,31 @@
 
 #include "harness.h"
 #include "oqdev_sim.h"
+#include "vocabulary.h"
 
 namespace {
 
 constexpr uint32_t kSeq = 4242;
 constexpr int kUnknownCmd = 12345;
-constexpr int kSystemConfigAnswer = 10376;
 
 // Every routed command plus one the module does not know.
 constexpr int kCommands[] = {
-    18699,      18731, 18829, 18849, 18853, 18855, 18857, 18859, 18861, 20160, kSystemConfigAnswer,
-    kUnknownCmd};
+    norla::kCmdSetSwitch,         norla::kCmdSetDevPlan,      norla::kCmdSetKeyValue,
+    norla::kCmdTriggerUserVerify, norla::kCmdQueryAlarmPlans, norla::kCmdSetAlarmPlan,
+    norla::kCmdSetUserInfo,       norla::kCmdSetSnapPwd,      norla::kCmdQuerySnapPwds,
+    norla::kCmdQueryUserInfo,     norla::kCmdSystemConfigRsp, kUnknownCmd};
 constexpr size_t kCommandCount = sizeof kCommands / sizeof kCommands[0];
 
 // Device refusals, including the ones some commands pass on with a code of
 // their own and one whose low 12 bits are 4.
-constexpr int kRecvResults[] = {0, -1, 4, 0x1004, 0x18001, 0x18003, 98308, 98309};
+constexpr int kRecvResults[] = {0,
+                                -1,
+                                norla::kResultRefused,
+                                0x1004,
+                                OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_FULL,
+                                OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_LIMIT,
+                                OQDEVSDK_DOORLOCK_DEV_ERR_USERS_FULL,
+                                OQDEVSDK_DOORLOCK_DEV_ERR_USER_UNKNOWN};
 constexpr int kGetResults[] = {0, 0, -1, 0x1004};
 constexpr uint8_t kRecvMask = 0x07;
 constexpr int kGetShift = 3;
@@ -67,8 +76,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     // Every routed request is answered under its id plus one; the answer to
     // the module's own request and unknown ids are not.
-    const bool answered = cmd != kSystemConfigAnswer && cmd != kUnknownCmd;
-    fuzz::CheckSent(answered ? cmd + 1 : 0, kSeq);
+    const bool answered = cmd != norla::kCmdSystemConfigRsp && cmd != kUnknownCmd;
+    fuzz::CheckSent(answered ? norla::ResponseOf(cmd) : 0, kSeq);
     fuzz::StopModule();
     return 0;
 }

@@ -13,19 +13,24 @@
 #include <vector>
 
 #include "oqDevSDK_door_lock.h"
+#include "vocabulary.h"
 
 namespace dlsim {
 
 class Transcript;
 
-// Answers of the lock besides 0. The module turns some of them into platform
-// result codes of their own.
-constexpr int kLockErrBadRecord = 0x18000;    // short record, index out of range
-constexpr int kLockErrSnapFull = 0x18001;     // no free snap password slot
-constexpr int kLockErrSnapUnknown = 0x18002;  // no snap password in that slot
-constexpr int kLockErrSnapLimit = 0x18003;    // use limit neither -1 nor positive
-constexpr int kLockErrUsersFull = 0x18004;    // user table full
-constexpr int kLockErrUserUnknown = 0x18005;  // no user with that index
+// Answers of the lock besides 0. The module turns the ones the contract names
+// into platform result codes of their own; the others are this lock's.
+constexpr int kLockErrBadRecord = 0x18000;  // short record, index out of range
+constexpr int kLockErrSnapFull =
+    OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_FULL;  // no free snap password slot
+constexpr int kLockErrSnapUnknown =
+    OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_UNKNOWN;  // no snap password in that slot
+constexpr int kLockErrSnapLimit =
+    OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_LIMIT;  // use limit neither -1 nor positive
+constexpr int kLockErrUsersFull = OQDEVSDK_DOORLOCK_DEV_ERR_USERS_FULL;  // user table full
+constexpr int kLockErrUserUnknown =
+    OQDEVSDK_DOORLOCK_DEV_ERR_USER_UNKNOWN;   // no user with that index
 constexpr int kLockErrPlansFull = 0x18006;    // no free alarm plan slot
 constexpr int kLockErrPlanUnknown = 0x18007;  // no alarm plan with that index
 

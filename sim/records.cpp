@@ -5,9 +5,14 @@
 #include <ctime>
 #include <memory>
 
+#include "device_records.h"
 #include "oqDevSDK_door_lock.h"
+#include "vocabulary.h"
 
 namespace dlsim {
+
+using namespace norla;
+
 namespace {
 
 struct Named {
@@ -16,91 +21,42 @@ struct Named {
 };
 
 constexpr Named kCommands[] = {
-    {18699, "set switch"},
-    {18731, "set device plan"},
-    {18829, "set key value"},
-    {18849, "trigger user verify"},
-    {18853, "query not-back alarm plans"},
-    {18855, "set not-back alarm plan"},
-    {18857, "set user info"},
-    {18859, "set snap password"},
-    {18861, "query snap passwords"},
-    {20160, "query user info"},
-    {10375, "system config request"},
-    {10376, "system config answer"},
-    {12355, "switch report"},
-    {12382, "status value report"},
-    {12366, "auto face unlock plan report"},
-    {14736, "lock status report"},
-    {14738, "unlock event report"},
-    {14740, "user info report"},
+    {kCmdSetSwitch, "set switch"},
+    {kCmdSetDevPlan, "set device plan"},
+    {kCmdSetKeyValue, "set key value"},
+    {kCmdTriggerUserVerify, "trigger user verify"},
+    {kCmdQueryAlarmPlans, "query not-back alarm plans"},
+    {kCmdSetAlarmPlan, "set not-back alarm plan"},
+    {kCmdSetUserInfo, "set user info"},
+    {kCmdSetSnapPwd, "set snap password"},
+    {kCmdQuerySnapPwds, "query snap passwords"},
+    {kCmdQueryUserInfo, "query user info"},
+    {kCmdSystemConfigReq, "system config request"},
+    {kCmdSystemConfigRsp, "system config answer"},
+    {kCmdReportSwitches, "switch report"},
+    {kCmdReportStatus, "status value report"},
+    {kCmdReportAutoFacePlan, "auto face unlock plan report"},
+    {kCmdReportLockStatus, "lock status report"},
+    {kCmdReportUnlockEvents, "unlock event report"},
+    {kCmdReportUserInfo, "user info report"},
 };
 
 // Requests the module answers under their id plus one.
-constexpr int kAnsweredRequests[] = {18699, 18731, 18829, 18849, 18853,
-                                     18855, 18857, 18859, 18861, 20160};
+constexpr int kAnsweredRequests[] = {
+    kCmdSetSwitch,    kCmdSetDevPlan,  kCmdSetKeyValue, kCmdTriggerUserVerify, kCmdQueryAlarmPlans,
+    kCmdSetAlarmPlan, kCmdSetUserInfo, kCmdSetSnapPwd,  kCmdQuerySnapPwds,     kCmdQueryUserInfo};
 
 constexpr Named kStatusItems[] = {
-    {66, "door open remind switches"},
-    {67, "fingerprint store"},
-    {68, "bell tone"},
-    {69, "prompt tone"},
-    {70, "lock status"},
-    {71, "unlock events"},
-    {72, "user info"},
-    {73, "power status"},
-    {97, "face unlock"},
-    {121, "auto face unlock plan"},
-};
-
-struct TypeInfo {
-    int type;
-    const char *name;
-    uint32_t len;
-};
-
-constexpr TypeInfo kToDevice[] = {
-    {OQDEVSDK_DOORLOCK_TO_DEV_SWITCH, "switch", OQDEVSDK_DOORLOCK_TO_DEV_SWITCH_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE, "fingerprint store",
-     OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE, "bell tone", OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE, "prompt tone", OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_SET_USER, "set user", OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN, "set not-back alarm plan",
-     OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD, "set snap password",
-     OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER, "low-battery threshold",
-     OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY, "user verification",
-     OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK, "face unlock", OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK_LEN},
-    {OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN, "auto face unlock plan",
-     OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN_LEN},
-};
-
-constexpr TypeInfo kFromDevice[] = {
-    {OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH, "switch", OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE, "fingerprint store",
-     OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE, "bell tone", OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE, "prompt tone",
-     OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS, "lock status",
-     OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS, "unlock events",
-     OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, "user table", OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS, "not-back alarm plans",
-     OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS, "snap passwords",
-     OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS, "power status",
-     OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK, "face unlock",
-     OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK_LEN},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, "auto face unlock plan",
-     OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN},
+    {kStatusSwitches, "door open remind switches"},
+    {kStatusFingerStore, "fingerprint store"},
+    {kStatusBellTone, "bell tone"},
+    {kStatusPromptTone, "prompt tone"},
+    {kStatusLockStatus, "lock status"},
+    {kStatusUnlockEvents, "unlock events"},
+    {kStatusUserInfo, "user info"},
+    {kStatusPower, "power status"},
+    {kStatusFaceUnlock, "face unlock"},
+    {kStatusAutoFacePlan, "auto face unlock plan"},
 };
 
 template <size_t N>
@@ -108,16 +64,6 @@ const char *FindName(const Named (&table)[N], int id) {
     for (const Named &n : table) {
         if (n.id == id) {
             return n.name;
-        }
-    }
-    return nullptr;
-}
-
-template <size_t N>
-const TypeInfo *FindType(const TypeInfo (&table)[N], int type) {
-    for (const TypeInfo &t : table) {
-        if (t.type == type) {
-            return &t;
         }
     }
     return nullptr;
@@ -367,7 +313,7 @@ std::string CommandName(int cmd) {
         return name;
     }
     for (int req : kAnsweredRequests) {
-        if (req + 1 == cmd) {
+        if (ResponseOf(req) == cmd) {
             return std::string(FindName(kCommands, req)) + " response";
         }
     }
@@ -380,23 +326,23 @@ std::string StatusName(int id) {
 }
 
 std::string ToDeviceName(int type) {
-    const TypeInfo *t = FindType(kToDevice, type);
-    return t != nullptr ? t->name : "";
+    const DeviceRecordInfo *t = FindDeviceRecord(DevDir::kToDevice, type);
+    return t != nullptr ? t->pszName : "";
 }
 
 std::string FromDeviceName(int type) {
-    const TypeInfo *t = FindType(kFromDevice, type);
-    return t != nullptr ? t->name : "";
+    const DeviceRecordInfo *t = FindDeviceRecord(DevDir::kFromDevice, type);
+    return t != nullptr ? t->pszName : "";
 }
 
 uint32_t ToDeviceLength(int type) {
-    const TypeInfo *t = FindType(kToDevice, type);
-    return t != nullptr ? t->len : 0;
+    const DeviceRecordInfo *t = FindDeviceRecord(DevDir::kToDevice, type);
+    return t != nullptr ? t->uiLen : 0;
 }
 
 uint32_t FromDeviceLength(int type) {
-    const TypeInfo *t = FindType(kFromDevice, type);
-    return t != nullptr ? t->len : 0;
+    const DeviceRecordInfo *t = FindDeviceRecord(DevDir::kFromDevice, type);
+    return t != nullptr ? t->uiLen : 0;
 }
 
 Fields DescribeToDevice(int type, const uint8_t *data, size_t len) {

@@ -2,8 +2,8 @@
 
 #include <pthread.h>
 
-#include "frame/domain_ids.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {

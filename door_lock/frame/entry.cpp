@@ -1,5 +1,4 @@
 #include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
 #include "frame/host_guard.h"
 #include "frame/kernel_domain.h"
 #include "frame/module.h"
@@ -8,6 +7,7 @@
 #include "oqdev_log.h"
 #include "oqdev_timer.h"
 #include "status/registry.h"
+#include "vocabulary.h"
 
 namespace norla {
 

@@ -7,8 +7,8 @@
 
 #include <exception>
 
-#include "frame/domain_ids.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 

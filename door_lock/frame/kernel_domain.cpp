@@ -1,28 +1,18 @@
 #include "frame/kernel_domain.h"
 
+#include <charconv>
 #include <cstring>
 
-#include "frame/domain_ids.h"
 #include "frame/host_guard.h"
 #include "frame/text_field.h"
 #include "handlers/handlers.h"
 #include "messaging/round_trip.h"
 #include "oqdev_log.h"
 #include "status/registry.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
-
-constexpr int kCmdSetSwitch = 18699;
-constexpr int kCmdSetKeyValue = 18829;
-constexpr int kCmdSetDevPlan = 18731;
-constexpr int kCmdSystemConfigRsp = 10376;
-
-constexpr int kEventRegistered = 0;
-constexpr int kEventUnregistered = 1;
-constexpr int kEventReregistered = 2;
-constexpr int kRegistered = 1;
-constexpr int kNotRegistered = 0;
 
 // The platform's answers to requests the module started: no response is due.
 using DoorLock_RspHandler = int (*)(const char *data, int len);
@@ -36,56 +26,67 @@ struct DoorLock_Route_S {
     DoorLock_RspHandler pfnRsp = nullptr;
 };
 
+// A request answered under the id one more than its own.
+constexpr DoorLock_Route_S Answered(int reqCmd, DoorLock_ReqHandler handler) noexcept {
+    return DoorLock_Route_S{reqCmd, ResponseOf(reqCmd), handler};
+}
+
 // Rows are kept in command-id order, one per line. A command without a row is
 // ignored like any unknown id.
 constexpr DoorLock_Route_S kRoutes[] = {
     {kCmdSystemConfigRsp, 0, nullptr, &RspHnd_SetSystemConfig},
-    {18699, 18700, &ReqHnd_SetSwitchEnable},
-    {18731, 18732, &ReqHnd_SetDevPlan},
-    {18829, 18830, &ReqHnd_SetKeyValue},
-    {18849, 18850, &ReqHnd_TriggerUserVerify},
-    {18853, 18854, &ReqHnd_QueryNotBackAlarmPlans},
-    {18855, 18856, &ReqHnd_SetNotBackAlarmPlan},
-    {18857, 18858, &ReqHnd_SetUserInfo},
-    {18859, 18860, &ReqHnd_SetSnapPwd},
-    {18861, 18862, &ReqHnd_QuerySnapPwdInfo},
-    {20160, 20161, &ReqHnd_QueryUserInfo},
+    Answered(kCmdSetSwitch, &ReqHnd_SetSwitchEnable),
+    Answered(kCmdSetDevPlan, &ReqHnd_SetDevPlan),
+    Answered(kCmdSetKeyValue, &ReqHnd_SetKeyValue),
+    Answered(kCmdTriggerUserVerify, &ReqHnd_TriggerUserVerify),
+    Answered(kCmdQueryAlarmPlans, &ReqHnd_QueryNotBackAlarmPlans),
+    Answered(kCmdSetAlarmPlan, &ReqHnd_SetNotBackAlarmPlan),
+    Answered(kCmdSetUserInfo, &ReqHnd_SetUserInfo),
+    Answered(kCmdSetSnapPwd, &ReqHnd_SetSnapPwd),
+    Answered(kCmdQuerySnapPwds, &ReqHnd_QuerySnapPwdInfo),
+    Answered(kCmdQueryUserInfo, &ReqHnd_QueryUserInfo),
 };
 
-struct DoorLock_Redirect_S {
-    int iCmdId;
-    const char *pszType;
-    const char *pszFailMsg;
+// What a refused switch redirection logs, by switch slot; several slots share
+// one message on purpose.
+constexpr const char *kSwitchRedirectFailMsgs[OQDEVSDK_DOORLOCK_SWITCH_NUM] = {
+    "DoorLock failed to register type: switch is door open notify.",
+    "DoorLock failed to register type: switch is door open notify.",
+    "DoorLock failed to register type: switch is door open notify.",
+    "DoorLock failed to register type: switch is anti door lock mode.",
+    "DoorLock failed to register type: switch is door open video.",
+    "DoorLock failed to register type: switch is face recognition unlock.",
+    "DoorLock failed to register type: switch is indoor open notify.",
+    "DoorLock failed to register type: switch is indoor open notify.",
 };
 
-// Several switch types share one message on purpose.
-constexpr DoorLock_Redirect_S kRedirects[] = {
-    {kCmdSetSwitch, "30", "DoorLock failed to register type: switch is door open notify."},
-    {kCmdSetSwitch, "450", "DoorLock failed to register type: switch is door open notify."},
-    {kCmdSetSwitch, "452", "DoorLock failed to register type: switch is door open notify."},
-    {kCmdSetSwitch, "453", "DoorLock failed to register type: switch is anti door lock mode."},
-    {kCmdSetSwitch, "454", "DoorLock failed to register type: switch is door open video."},
-    {kCmdSetSwitch, "455", "DoorLock failed to register type: switch is face recognition unlock."},
-    {kCmdSetSwitch, "456", "DoorLock failed to register type: switch is indoor open notify."},
-    {kCmdSetSwitch, "457", "DoorLock failed to register type: switch is indoor open notify."},
-    {kCmdSetKeyValue, "doorFingerStore",
-     "DoorLock failed to register type: key is doorFingerStore."},
-    {kCmdSetKeyValue, "doorBellTone", "DoorLock failed to register type: key is doorBellTone."},
-    {kCmdSetKeyValue, "doorPromptTone", "DoorLock failed to register type: key is doorPromptTone."},
-    {kCmdSetKeyValue, "doorFaceUnlock", "DoorLock failed to register type: key is doorFaceUnlock."},
-    {kCmdSetDevPlan, "19", "DoorLock register dev plan error"},
-};
+// The redirection of one type of a generic command; false when refused.
+bool Redirect(oqdev_redirect_reg_s &reg, int cmd, const char *type) noexcept {
+    reg.iCmdId = cmd;
+    CopyText(reg.szType, type);
+    return oqDevSDK_Common_Module_RedirectReg(&reg) == 0;
+}
 
+// Every switch type, every key and the auto face unlock plan, in that order.
 void RegisterRedirects() noexcept {
     oqdev_redirect_reg_s reg;
     std::memset(&reg, 0, sizeof reg);
     reg.iDomainId = kDoorLockDomainId;
-    for (const DoorLock_Redirect_S &row : kRedirects) {
-        reg.iCmdId = row.iCmdId;
-        CopyText(reg.szType, row.pszType);
-        if (oqDevSDK_Common_Module_RedirectReg(&reg) != 0) {
-            oqdev_debug(kLogError, "%s\n", row.pszFailMsg);
+    char type[kIntTextLen];
+    for (int slot = 0; slot < OQDEVSDK_DOORLOCK_SWITCH_NUM; ++slot) {
+        *std::to_chars(type, type + sizeof type - 1, kSwitchPlatformTypes[slot]).ptr = '\0';
+        if (!Redirect(reg, kCmdSetSwitch, type)) {
+            oqdev_debug(kLogError, "%s\n", kSwitchRedirectFailMsgs[slot]);
         }
+    }
+    for (const char *key : kSettingKeys) {
+        if (!Redirect(reg, kCmdSetKeyValue, key)) {
+            oqdev_debug(kLogError, "DoorLock failed to register type: key is %s.\n", key);
+        }
+    }
+    *std::to_chars(type, type + sizeof type - 1, kAutoFacePlanType).ptr = '\0';
+    if (!Redirect(reg, kCmdSetDevPlan, type)) {
+        oqdev_debug(kLogError, "DoorLock register dev plan error\n");
     }
 }
 

@@ -3,9 +3,9 @@
 #define NORLA_FRAME_RECORD_FETCH_H
 
 #include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
 #include "frame/memory.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 
@@ -14,18 +14,17 @@ inline void DoorLock_LogMallocFailed(unsigned int size, bool fullStop = true) no
     oqdev_debug(kLogError, "Failed to malloc mem, size=%u%s\n", size, fullStop ? "." : "");
 }
 
-// Fetches the device record `type` of `len` bytes into a fresh zero-filled
-// block. Null when either step fails, each logged: the allocation with `len`,
+// Fetches the device record T into a fresh zero-filled block. Null when
+// either step fails, each logged: the allocation with the record's length,
 // the fetch with `fetchError`.
 template <typename T>
-HeapPtr<T> DoorLock_FetchRecord(int type, unsigned int len, const char *fetchError,
-                                bool mallocFullStop = true) noexcept {
+HeapPtr<T> DoorLock_FetchRecord(const char *fetchError, bool mallocFullStop = true) noexcept {
     auto rec = DoorLock_HeapZalloc<T>();
     if (!rec) {
-        DoorLock_LogMallocFailed(len, mallocFullStop);
+        DoorLock_LogMallocFailed(FromDevice<T>::kLen, mallocFullStop);
         return rec;
     }
-    if (DoorLock_BusDev_GetRuntimeInfo(type, rec.get(), len) != 0) {
+    if (DoorLock_BusDev_Fetch(*rec) != 0) {
         oqdev_debug(kLogError, "%s", fetchError);
         rec.reset();
     }

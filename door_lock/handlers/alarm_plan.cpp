@@ -11,11 +11,11 @@
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
 
-constexpr int kResultFailed = 4;
 constexpr unsigned int kWeekdayTextLen = 32;
 
 // Slot-indexed messages of the lists.
@@ -166,19 +166,18 @@ bool AddPlanEntry(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan
 int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) {
     auto rec = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetAlarmPlan_S>();
     if (!rec) {
-        DoorLock_LogMallocFailed(OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN);
-        FinishResponse(response, kResultFailed);
+        DoorLock_LogMallocFailed(ToDevice<oqDevSDK_DoorLock_SetAlarmPlan_S>::kLen);
+        FinishResponse(response, kResultRefused);
         response.x_AddElem("Index", "0");
-        return kResultFailed;
+        return kResultRefused;
     }
     int result = kResultOk;
     if (ParseSetNotBackAlarmPlan(request, rec.get()) != 0) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to ParseSetNotBackAlarmPlan.\n");
+        oqdev_debug(kLogError, "Failed to ParseSetNotBackAlarmPlan.\n");
         result = kResultBadRequest;
-    } else if (DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN, rec.get(),
-                                       OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN) != 0) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to set NotBackAlarm plan.\n");
-        result = kResultFailed;
+    } else if (DoorLock_BusDev_Send(*rec) != 0) {
+        oqdev_debug(kLogError, "Failed to set NotBackAlarm plan.\n");
+        result = kResultRefused;
     }
     FinishResponse(response, result);
     AddIndexElem(response, rec->usIndex);
@@ -188,17 +187,16 @@ int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) {
 int ReqHnd_QueryNotBackAlarmPlans(CMarkupSTL &request, CMarkupSTL &response) {
     (void)request;
     auto list = DoorLock_FetchRecord<oqDevSDK_DoorLock_AlarmPlanList_S>(
-        OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS, OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN,
         "Failed to get NotBackAlarmPlans info.\n");
     if (!list) {
-        return FinishResponse(response, kResultFailed);
+        return FinishResponse(response, kResultRefused);
     }
     FinishResponse(response, kResultOk);
     for (unsigned int i = 0; i < list->usCount && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS; ++i) {
         if (!AddPlanEntry(response, list->astPlan[i])) {
             // Out of memory half way through: the list must not pass for complete.
-            oqdev_debug(OQDEV_LOG_ERROR, "Failed to fill NotBackAlarmPlans info.\n");
-            return FinishResponse(response, kResultFailed);
+            oqdev_debug(kLogError, "Failed to fill NotBackAlarmPlans info.\n");
+            return FinishResponse(response, kResultRefused);
         }
     }
     return kResultOk;

@@ -8,6 +8,7 @@
 #include "handlers/decimal_text.h"
 #include "messaging/number_text.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
@@ -34,7 +35,7 @@ constexpr const char *kMsgBufBeforeSunday =
 // below see the buffer as full from then on.
 void WeekDay_Data2Str(uint8_t mask, char *buf, unsigned int size) noexcept {
     if (buf == nullptr || size < 1) {
-        oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
+        oqdev_debug(kLogError, "%s", kMsgBufBeforeSunday);
         return;
     }
     DecimalText text(buf, size);
@@ -47,12 +48,12 @@ void WeekDay_Data2Str(uint8_t mask, char *buf, unsigned int size) noexcept {
         }
         text.Int(day);
         if (day != kLastWeekday && text.Cut()) {
-            oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
+            oqdev_debug(kLogError, "%s", kMsgBufBeforeSunday);
             return;
         }
     }
     if (text.Length() + kSundayRoom > size) {
-        oqdev_debug(OQDEV_LOG_ERROR, "%s", kMsgBufBeforeSunday);
+        oqdev_debug(kLogError, "%s", kMsgBufBeforeSunday);
         return;
     }
     if ((mask & kSundayBit) == 0) {
@@ -63,7 +64,7 @@ void WeekDay_Data2Str(uint8_t mask, char *buf, unsigned int size) noexcept {
     }
     text.Int(kSundayNumber);
     if (text.Cut()) {
-        oqdev_debug(OQDEV_LOG_ERROR, "String buf is not enough, while generating weekday str.\n");
+        oqdev_debug(kLogError, "String buf is not enough, while generating weekday str.\n");
     }
 }
 
@@ -83,7 +84,7 @@ void WeekDay_Str2Data(const char *text, uint8_t *mask) noexcept {
         } else if (day >= kFirstWorkday && day <= kLastWeekday) {
             *mask = static_cast<uint8_t>(*mask | (1u << day));
         } else {
-            oqdev_debug(OQDEV_LOG_ERROR, "Invalid weekday index[%d] after converting.\n", day);
+            oqdev_debug(kLogError, "Invalid weekday index[%d] after converting.\n", day);
         }
     }
 }
@@ -93,8 +94,8 @@ int32_t GetTimeFromDateStr(const char *text) noexcept {
     std::memset(&parts, 0, sizeof parts);
     int32_t year = 0;
     int32_t month = 0;
-    int32_t *const fields[] = {&year, &month, &parts.tm_mday, &parts.tm_hour, &parts.tm_min,
-                               &parts.tm_sec};
+    int32_t *const fields[] = {&year,          &month,        &parts.tm_mday,
+                               &parts.tm_hour, &parts.tm_min, &parts.tm_sec};
     (void)NumText_Scan(text, "%d-%d-%d %d:%d:%d", fields, 6);
     // Numbers at the ends of int (huge texts saturate) cannot be shifted into
     // the struct tm fields; no such date fits 32-bit seconds.

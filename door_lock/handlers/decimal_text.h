@@ -8,10 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace norla {
+#include "vocabulary.h"
 
-// Room for any int32_t with its terminator: "-2147483648".
-constexpr std::size_t kIntTextLen = 12;
+namespace norla {
 
 // A text built piece by piece into buf[size]. What does not fit is cut and
 // the text stays terminated (when size > 0), while Length() goes on counting

@@ -7,17 +7,15 @@
 #include <string>
 
 #include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
 #include "frame/text_field.h"
 #include "handlers/handlers.h"
-#include "handlers/settings_keys.h"
 #include "handlers/xml_fields.h"
 #include "messaging/envelope.h"
 #include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
 #include "oqdev_status_report.h"
-#include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
@@ -25,33 +23,11 @@ namespace {
 // The key text is compared after being cut to this buffer (31 characters).
 constexpr std::size_t kKeyBufLen = 32;
 
-struct KeyValueTarget {
-    const char *pszKey;
-    int iToDevType;
-    int iStatusId;
-};
-
-// Compared in this order; the first match wins.
-constexpr KeyValueTarget kKeyTargets[] = {
-    {kKeyFingerStore, OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE, kStatusFingerStore},
-    {kKeyBellTone, OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE, kStatusBellTone},
-    {kKeyPromptTone, OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE, kStatusPromptTone},
-    {kKeyFaceUnlock, OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK, kStatusFaceUnlock},
-};
-
-const KeyValueTarget *FindKeyTarget(const char *key) {
-    for (const KeyValueTarget &target : kKeyTargets) {
-        if (std::strcmp(target.pszKey, key) == 0) {
-            return &target;
-        }
-    }
-    return nullptr;
-}
-
 // 0 when the device took the value, -1 otherwise.
-int SendNumericValue(int toDevType, const std::string &text) {
-    int32_t value = ToInt32(text);
-    return DoorLock_BusDev_Msg2Dev(toDevType, &value, sizeof value) == 0 ? 0 : -1;
+template <typename Record>
+int SendNumericValue(const std::string &text) {
+    Record rec = {ToInt32(text)};
+    return DoorLock_BusDev_Send(rec) == 0 ? 0 : -1;
 }
 
 int SendFaceUnlock(const std::string &text) {
@@ -71,9 +47,30 @@ int SendFaceUnlock(const std::string &text) {
     }
     rec.iUnlockType = type->valueint;
     rec.iUnlockSensitivity = sensitivity->valueint;
-    return DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK, &rec, sizeof rec) == 0
-               ? 0
-               : -1;
+    return DoorLock_BusDev_Send(rec) == 0 ? 0 : -1;
+}
+
+struct KeyValueTarget {
+    const char *pszKey;
+    int iStatusId;
+    int (*pfnSend)(const std::string &value);
+};
+
+// Compared in this order; the first match wins.
+constexpr KeyValueTarget kKeyTargets[] = {
+    {kKeyFingerStore, kStatusFingerStore, &SendNumericValue<DoorLock_FingerStore_S>},
+    {kKeyBellTone, kStatusBellTone, &SendNumericValue<DoorLock_BellTone_S>},
+    {kKeyPromptTone, kStatusPromptTone, &SendNumericValue<DoorLock_PromptTone_S>},
+    {kKeyFaceUnlock, kStatusFaceUnlock, &SendFaceUnlock},
+};
+
+const KeyValueTarget *FindKeyTarget(const char *key) {
+    for (const KeyValueTarget &target : kKeyTargets) {
+        if (std::strcmp(target.pszKey, key) == 0) {
+            return &target;
+        }
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -97,7 +94,7 @@ int ReqHnd_SetSwitchEnable(CMarkupSTL &request, CMarkupSTL &response) {
         !ReadRequiredInt(request, "Channel", rec.iChannel)) {
         return FinishResponse(response, kResultBadRequest);
     }
-    if (DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_SWITCH, &rec, sizeof rec) != 0) {
+    if (DoorLock_BusDev_Send(rec) != 0) {
         // One message for every switch type.
         oqdev_debug(kLogError, "Failed to set switch of door open remind.\n");
         return FinishResponse(response, kResultRefused);
@@ -121,9 +118,7 @@ int ReqHnd_SetKeyValue(CMarkupSTL &request, CMarkupSTL &response) {
         return FinishResponse(response, kResultUnknownType);
     }
 
-    const int sent = target->iStatusId == kStatusFaceUnlock
-                         ? SendFaceUnlock(request.x_GetData())
-                         : SendNumericValue(target->iToDevType, request.x_GetData());
+    const int sent = target->pfnSend(request.x_GetData());
     // The platform hears the lock's actual value back, whether it took the new
     // one or not.
     oqDevSDK_report_set_force_report(target->iStatusId);

@@ -11,11 +11,11 @@
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
 
-constexpr int kResultFailed = 4;
 constexpr int32_t kUnlimitedUses = -1;
 
 // The lock's own refusals reach the platform under codes of their own.
@@ -24,9 +24,9 @@ struct RefusalMap {
     int platform;
 };
 constexpr RefusalMap kRefusals[] = {
-    {0x18001, 0x183001},
-    {0x18002, 0x183002},
-    {0x18003, 0x183003},
+    {OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_FULL, kResultSnapFull},
+    {OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_UNKNOWN, kResultSnapUnknown},
+    {OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_LIMIT, kResultSnapLimit},
 };
 
 int MapDeviceRefusal(int ret) {
@@ -35,7 +35,7 @@ int MapDeviceRefusal(int ret) {
             return row.platform;
         }
     }
-    return kResultFailed;
+    return kResultRefused;
 }
 
 int ParseCreate(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
@@ -77,7 +77,7 @@ int ParseSetSnapPassword(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
         return ParseCreate(req, rec);
     }
     if (rec->ucOptType != OQDEVSDK_DOORLOCK_OPT_DELETE) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Invalid operation type:%d\n", rec->ucOptType);
+        oqdev_debug(kLogError, "Invalid operation type:%d\n", rec->ucOptType);
         return -1;
     }
     if (!ReadRequiredInt(req, "Index", value)) {
@@ -88,12 +88,11 @@ int ParseSetSnapPassword(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
 }
 
 int SendSnapPwd(oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
-    int ret = DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD, rec,
-                                      OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD_LEN);
+    int ret = DoorLock_BusDev_Send(*rec);
     if (ret == 0) {
         return kResultOk;
     }
-    oqdev_debug(OQDEV_LOG_ERROR, "Failed to set snap password, Result:%#x\n",
+    oqdev_debug(kLogError, "Failed to set snap password, Result:%#x\n",
                 static_cast<unsigned int>(ret));
     return MapDeviceRefusal(ret);
 }
@@ -124,15 +123,15 @@ void AddSnapInfo(CMarkupSTL &rsp, const oqDevSDK_DoorLock_SnapPwdInfo_S &entry) 
 int ReqHnd_SetSnapPwd(CMarkupSTL &request, CMarkupSTL &response) {
     auto rec = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetSnapPwd_S>();
     if (!rec) {
-        DoorLock_LogMallocFailed(OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD_LEN);
-        FinishResponse(response, kResultFailed);
+        DoorLock_LogMallocFailed(ToDevice<oqDevSDK_DoorLock_SetSnapPwd_S>::kLen);
+        FinishResponse(response, kResultRefused);
         response.x_AddElem("Index");
         response.x_AddElem("Pwd");
-        return kResultFailed;
+        return kResultRefused;
     }
     int result = kResultBadRequest;
     if (ParseSetSnapPassword(request, rec.get()) != 0) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to ParseSetSnapPassword.\n");
+        oqdev_debug(kLogError, "Failed to ParseSetSnapPassword.\n");
     } else {
         result = SendSnapPwd(rec.get());
     }
@@ -145,10 +144,9 @@ int ReqHnd_SetSnapPwd(CMarkupSTL &request, CMarkupSTL &response) {
 int ReqHnd_QuerySnapPwdInfo(CMarkupSTL &request, CMarkupSTL &response) {
     (void)request;
     auto list = DoorLock_FetchRecord<oqDevSDK_DoorLock_SnapPwdList_S>(
-        OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS, OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS_LEN,
         "Failed to get snap password info.\n");
     if (!list) {
-        return FinishResponse(response, kResultFailed);
+        return FinishResponse(response, kResultRefused);
     }
     FinishResponse(response, kResultOk);
     for (unsigned int i = 0; i < list->usCount && i < OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS; ++i) {

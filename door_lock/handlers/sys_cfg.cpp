@@ -7,7 +7,6 @@
 #include <string>
 
 #include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
 #include "frame/kernel_domain.h"
 #include "frame/text_field.h"
 #include "handlers/handlers.h"
@@ -17,15 +16,13 @@
 #include "oqdev_kernel.h"
 #include "oqdev_log.h"
 #include "status/registry.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
 
-constexpr int kCmdSystemConfigReq = 10375;
-constexpr int kRegistered = 1;
 // More than a full day, deliberately not exactly one.
 constexpr int64_t kSysCfgQuietSeconds = 86401;
-constexpr const char *kDLPowerType = "DLPower";
 constexpr std::size_t kCfgNameLen = 32;
 constexpr unsigned int kLowByteMask = 0xFFu;
 
@@ -42,7 +39,7 @@ int32_t Now() {
 bool BuildSysCfgRequest(CMarkupSTL &xml) {
     DoorLock_xml_init_req(xml);
     return xml.x_AddElem("Authorization") && AddDevSerial(xml) &&
-           xml.x_AddElem("Type", kDLPowerType);
+           xml.x_AddElem("Type", kSysCfgDLPower);
 }
 
 int SetDLPower(const char *jsonText) {
@@ -53,14 +50,14 @@ int SetDLPower(const char *jsonText) {
     }
     oqDevSDK_DoorLock_DLPower_S rec;
     std::memset(&rec, 0, sizeof rec);
-    const cJSON *item = cJSON_GetObjectItem(json.get(), "low_percent");
+    const cJSON *item = cJSON_GetObjectItem(json.get(), kJsonLowPercent);
     if (item == nullptr) {
         oqdev_debug(kLogError, "Failed to find item:low_percent\n");
         return -1;
     }
     rec.ucLowPercent =
         static_cast<uint8_t>(static_cast<unsigned int>(item->valueint) & kLowByteMask);
-    if (DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER, &rec, sizeof rec) != 0) {
+    if (DoorLock_BusDev_Send(rec) != 0) {
         oqdev_debug(kLogError, "Failed to set dlpower.\n");
         return -1;
     }
@@ -111,7 +108,7 @@ int RspHnd_SetSystemConfig(const char *data, int /*len*/) {
     if (!ReadRequiredAttrib(xml, "value", value)) {
         return -1;
     }
-    if (std::strcmp(szName, kDLPowerType) != 0) {
+    if (std::strcmp(szName, kSysCfgDLPower) != 0) {
         oqdev_debug(kLogError, "Invalid system config resp type:%s\n", szName);
         return -1;
     }

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
 #include "frame/memory.h"
 #include "frame/record_fetch.h"
 #include "frame/text_field.h"
@@ -16,6 +15,7 @@
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_kernel.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
@@ -27,8 +27,8 @@ struct UserRefusal {
     int iResult;
 };
 constexpr UserRefusal kUserRefusals[] = {
-    {0x18004, 0x182007},
-    {0x18005, 0x182008},
+    {OQDEVSDK_DOORLOCK_DEV_ERR_USERS_FULL, kResultUsersFull},
+    {OQDEVSDK_DOORLOCK_DEV_ERR_USER_UNKNOWN, kResultUserUnknown},
 };
 
 constexpr int kOptNoIndex = 0;
@@ -238,9 +238,7 @@ int MapDeviceRefusal(int devCode) {
 }
 
 HeapPtr<oqDevSDK_DoorLock_UserInfo_S> FetchUserTable() {
-    return DoorLock_FetchRecord<oqDevSDK_DoorLock_UserInfo_S>(
-        OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,
-        "Failed to get user info.\n");
+    return DoorLock_FetchRecord<oqDevSDK_DoorLock_UserInfo_S>("Failed to get user info.\n");
 }
 
 // The builders below answer false as soon as the document cannot take an
@@ -341,14 +339,13 @@ int ReqHnd_SetUserInfo(CMarkupSTL &request, CMarkupSTL &response) {
     int result = kResultOk;
     auto cfg = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetUserCfg_S>();
     if (!cfg) {
-        DoorLock_LogMallocFailed(OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN);
+        DoorLock_LogMallocFailed(ToDevice<oqDevSDK_DoorLock_SetUserCfg_S>::kLen);
         result = kResultRefused;
     } else if (ParseSetUserInfo(request, cfg.get()) != 0) {
         oqdev_debug(kLogError, "Failed to ParseSetUserInfo.\n");
         result = kResultBadRequest;
     } else {
-        const int answer = DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_SET_USER, cfg.get(),
-                                                   OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN);
+        const int answer = DoorLock_BusDev_Send(*cfg);
         if (answer != 0) {
             oqdev_debug(kLogError, "Failed to set user info of door lock.\n");
             result = MapDeviceRefusal(answer);

@@ -2,7 +2,6 @@
 #include <string>
 
 #include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
 #include "frame/text_field.h"
 #include "handlers/handlers.h"
 #include "handlers/xml_fields.h"
@@ -12,17 +11,10 @@
 #include "oqdev_log.h"
 #include "oqdev_status_report.h"
 #include "oqdev_time.h"
-#include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
-
-constexpr int kResultFailed = 4;
-constexpr int kResultVerifyFailed = 0x180003;
-constexpr int kResultVerifyOther = 0x180004;
-constexpr int kResultPlanRefused = 131;
-constexpr uint32_t kDefaultVerifyTimeout = 120;
-constexpr int kAutoFacePlanType = 19;
 
 using Plan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
 
@@ -44,7 +36,7 @@ int ParseUserVerify(CMarkupSTL &req, oqDevSDK_DoorLock_UserVerify_S *rec) {
     }
     rec->uiTimeout = NumText_ToULong(req.x_GetData().c_str());
     if (rec->uiTimeout == 0) {
-        rec->uiTimeout = kDefaultVerifyTimeout;
+        rec->uiTimeout = OQDEVSDK_DOORLOCK_VERIFY_DEFAULT_TIMEOUT;
     }
     return 0;
 }
@@ -88,10 +80,9 @@ int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) {
     std::memset(&rec, 0, sizeof rec);
     int result = kResultBadRequest;
     if (ParseUserVerify(request, &rec) == 0) {
-        if (DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY, &rec,
-                                    OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY_LEN) != 0) {
-            oqdev_debug(OQDEV_LOG_ERROR, "Failed to trigger user verify.\n");
-            result = kResultFailed;
+        if (DoorLock_BusDev_Send(rec) != 0) {
+            oqdev_debug(kLogError, "Failed to trigger user verify.\n");
+            result = kResultRefused;
         } else {
             result = VerifyResultCode(rec.uiVerifyResult);
         }
@@ -102,7 +93,7 @@ int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) {
 // The request's schedule replaces the lock's whole table (never merged day by
 // day); what the request leaves out is kept as the lock reported it.
 int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) {
-    oqdev_debug(OQDEV_LOG_INFO, "ReqHnd_SetDevPlan\n");
+    oqdev_debug(kLogInfo, "ReqHnd_SetDevPlan\n");
     Plan wanted;
     Plan current;
     std::memset(&wanted, 0, sizeof wanted);
@@ -114,21 +105,21 @@ int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) {
         wanted.iEnable = NumText_ToLong(request.x_GetData().c_str()) != 0 ? 1 : 0;
     }
     if (!request.FindElem("Actor", !hasEnable)) {
-        oqdev_debug(OQDEV_LOG_ERROR, "without actor element.\n");
+        oqdev_debug(kLogError, "without actor element.\n");
         DoorLock_xml_set_result(response, kResultPlanRefused);
         return -1;
     }
-    wanted.uiChannel = static_cast<uint32_t>(NumText_ToLong(request.x_GetAttrib("Channel").c_str()));
+    wanted.uiChannel =
+        static_cast<uint32_t>(NumText_ToLong(request.x_GetAttrib("Channel").c_str()));
     if (NumText_ToLong(request.x_GetAttrib("PlanType").c_str()) != kAutoFacePlanType) {
-        oqdev_debug(OQDEV_LOG_ERROR, "unspport plan type \n");
+        oqdev_debug(kLogError, "unspport plan type \n");
         DoorLock_xml_set_result(response, kResultPlanRefused);
         return -1;
     }
     bool hasSchedule = ParseSchedule(request, &wanted);
 
-    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, &current,
-                                       OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN) != 0) {
-        oqdev_debug(OQDEV_LOG_ERROR, "DoorLock SetDevplan get runtimeinfo error\n");
+    if (DoorLock_BusDev_Fetch(current) != 0) {
+        oqdev_debug(kLogError, "DoorLock SetDevplan get runtimeinfo error\n");
         DoorLock_xml_set_result(response, kResultPlanRefused);
         return -1;
     }
@@ -140,10 +131,9 @@ int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) {
     }
     current.uiChannel = wanted.uiChannel;
 
-    int ret = DoorLock_BusDev_Msg2Dev(OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN, &current,
-                                      OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN_LEN);
+    int ret = DoorLock_BusDev_Send(current);
     if (ret != 0) {
-        DoorLock_xml_set_result(response, kResultFailed);
+        DoorLock_xml_set_result(response, kResultRefused);
     }
     oqDevSDK_report_set_force_report(kStatusAutoFacePlan);
     return ret;

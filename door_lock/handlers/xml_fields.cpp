@@ -2,12 +2,12 @@
 
 #include <cstdio>
 
-#include "frame/domain_ids.h"
 #include "handlers/decimal_text.h"
 #include "messaging/envelope.h"
 #include "messaging/number_text.h"
 #include "oqdev_kernel.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
@@ -15,7 +15,6 @@ namespace {
 // "HH:MM" of any two ints: two int texts, the colon and the terminator.
 constexpr std::size_t kHourMinuteTextLen = 2 * kIntTextLen;
 constexpr unsigned int kClockFieldWidth = 2;
-constexpr const char *kDevSerialKey = "dev_subserial";
 
 void LogMissing(const char *kind, const char *name, Missing how) {
     const char *stop = how.bFullStop ? "." : "";
@@ -49,8 +48,7 @@ bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst, Missing
     return false;
 }
 
-bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &text,
-                        Missing how) {
+bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &text, Missing how) {
     text = xml.x_GetAttrib(name);
     if (text.empty()) {
         LogMissing("attrib", name, how);
@@ -59,8 +57,7 @@ bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &te
     return true;
 }
 
-bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value,
-                     Missing how) {
+bool ReadRequiredInt(const CMarkupSTL &xml, const char *name, int32_t &value, Missing how) {
     std::string text;
     if (!ReadRequiredAttrib(xml, name, text, how)) {
         return false;

@@ -7,17 +7,14 @@
 #include <cstring>
 #include <string>
 
-#include "frame/domain_ids.h"
 #include "frame/memory.h"
 #include "messaging/number_text.h"
 #include "oqdev_kernel.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
-
-constexpr std::size_t kIntTextLen = 16;
-constexpr const char *kDevSerialKey = "dev_subserial";
 
 struct DoorLock_BusPlt_CtrlObj_S {
     uint32_t uiSeq;

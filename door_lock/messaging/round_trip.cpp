@@ -2,10 +2,10 @@
 
 #include <charconv>
 
-#include "frame/domain_ids.h"
 #include "frame/host_guard.h"
 #include "messaging/envelope.h"
 #include "oqdev_log.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {

@@ -9,6 +9,7 @@
 #include "oqdev_xml.h"
 #include "status/item_common.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 
@@ -26,7 +27,6 @@ namespace {
 constexpr unsigned int kTimeTextLen = 8;
 // Fixed values of the report, whatever the cache holds.
 constexpr int kReportChannel = 1;
-constexpr int kReportPlanType = 19;
 constexpr int kReportEventType = 0;
 
 using Plan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
@@ -57,8 +57,7 @@ bool AddSlot(CMarkupSTL &xml, const Slot &slot) {
     return xml.x_AddElem("Plan") && xml.x_SetAttrib("B", begin) && xml.x_SetAttrib("E", end);
 }
 
-bool AddDay(CMarkupSTL &xml, int day,
-            const Slot (&slots)[OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS]) {
+bool AddDay(CMarkupSTL &xml, int day, const Slot (&slots)[OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS]) {
     if (!xml.x_AddElem("Date") || !xml.x_SetAttrib("Weekday", day) || !xml.IntoElem()) {
         return false;
     }
@@ -78,7 +77,7 @@ bool AddParams(CMarkupSTL &xml, const Plan &plan) {
     bool ok = xml.x_AddElem("Enable", enable) &&
               xml.x_AddElem("Force", AllSlotsEmpty(plan) ? "1" : "0") &&
               xml.x_AddElem("Actor", "D") && xml.x_SetAttrib("Channel", kReportChannel) &&
-              xml.x_SetAttrib("PlanType", kReportPlanType) &&
+              xml.x_SetAttrib("PlanType", kAutoFacePlanType) &&
               xml.x_SetAttrib("EventType", kReportEventType);
     for (int day = 0; ok && day < OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS; ++day) {
         ok = AddDay(xml, day, plan.astDay[day]);
@@ -97,15 +96,14 @@ bool BuildReport(CMarkupSTL &xml, const Plan &plan) {
 int DoorAutoFaceUnlockPlan_IsChanged() {
     Plan fetched;
     std::memset(&fetched, 0, sizeof fetched);
-    int ret = DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, &fetched,
-                                             OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN);
+    int ret = DoorLock_BusDev_Fetch(fetched);
     if (ret != 0) {
         return IsChangedFetchError(ret);
     }
     if (!TakeIfChanged(g_auto_face_unlock_plan, fetched)) {
         return 0;
     }
-    oqdev_debug(OQDEV_LOG_INFO, "auto face unlock plan IsChanged\n");
+    oqdev_debug(kLogInfo, "auto face unlock plan IsChanged\n");
     return 1;
 }
 
@@ -113,10 +111,10 @@ int DoorAutoFaceUnlockPlan_IsChanged() {
 // skeleton, as the platform expects for device plans.
 int DoorAutoFaceUnlockPlan_Report(int arg) {
     (void)arg;
-    oqdev_debug(OQDEV_LOG_INFO, "start to report ayuo face unlock plan\n");
+    oqdev_debug(kLogInfo, "start to report ayuo face unlock plan\n");
     CMarkupSTL xml;
     if (!BuildReport(xml, g_auto_face_unlock_plan)) {
-        oqdev_debug(OQDEV_LOG_ERROR, "Failed to build auto face unlock plan report.\n");
+        oqdev_debug(kLogError, "Failed to build auto face unlock plan report.\n");
         return -1;
     }
     return DoorLock_send_report(xml, kCmdReportAutoFacePlan);

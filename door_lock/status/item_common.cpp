@@ -3,18 +3,17 @@
 #include "CMarkupSTL.h"
 #include "messaging/envelope.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
 
-constexpr int kDevErrCodeMask = 0xFFF;
-constexpr int kDevErrPassedUp = 4;
 constexpr int kIsChangedDevErr = -1;
 
 }  // namespace
 
 int IsChangedFetchError(int devRet) {
-    return (devRet & kDevErrCodeMask) == kDevErrPassedUp ? kIsChangedDevErr : 0;
+    return OQDEVSDK_DOORLOCK_DEV_ERR_IS_REFUSED(devRet) ? kIsChangedDevErr : 0;
 }
 
 int SendStatusReport(const char *type, const char *value) {

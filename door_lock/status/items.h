@@ -1,28 +1,9 @@
-// The status items: change detector, report and cache reset of each.
+// The status items: change detector, report and cache reset of each; their
+// ids are in the vocabulary.
 #ifndef NORLA_STATUS_ITEMS_H
 #define NORLA_STATUS_ITEMS_H
 
 namespace norla {
-
-// Status ids.
-constexpr int kStatusSwitches = 66;
-constexpr int kStatusFingerStore = 67;
-constexpr int kStatusBellTone = 68;
-constexpr int kStatusPromptTone = 69;
-constexpr int kStatusLockStatus = 70;
-constexpr int kStatusUnlockEvents = 71;
-constexpr int kStatusUserInfo = 72;
-constexpr int kStatusPower = 73;
-constexpr int kStatusFaceUnlock = 97;
-constexpr int kStatusAutoFacePlan = 121;
-
-// Report command ids.
-constexpr int kCmdReportSwitches = 12355;
-constexpr int kCmdReportStatus = 12382;
-constexpr int kCmdReportLockStatus = 14736;
-constexpr int kCmdReportUnlockEvents = 14738;
-constexpr int kCmdReportUserInfo = 14740;
-constexpr int kCmdReportAutoFacePlan = 12366;
 
 int DoorOpenRemindSwitch_IsChanged();
 int DoorOpenRemindSwitch_Report(int arg);

@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
 #include "frame/record_fetch.h"
 #include "frame/text_field.h"
 #include "handlers/decimal_text.h"
@@ -17,13 +16,12 @@
 #include "oqdev_log.h"
 #include "status/item_common.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
 
 constexpr uint8_t kUnknownByte = 0xFF;
-// Signal changes up to this much, against the last accepted signal, are noise.
-constexpr int kSignalTolerance = 10;
 constexpr std::size_t kPowerNameLen = 32;
 constexpr std::size_t kPowerValueLen = 32;
 
@@ -31,9 +29,11 @@ oqDevSDK_DoorLock_LockStatus_S g_stLockStatus = {kUnknownByte, 0, 0, 0};
 // usPowerNum reads 255 until the first change.
 oqDevSDK_DoorLock_PowerStatus_S g_stPowerStatus = {kUnknownByte, {0, 0}, {}};
 
+// Measured against the last accepted signal, so that a slow drift adds up.
 bool SignalWithinTolerance(uint8_t cached, uint8_t fetched) {
     const int drift = static_cast<int>(cached) - static_cast<int>(fetched);
-    return drift >= -kSignalTolerance && drift <= kSignalTolerance;
+    return drift >= -OQDEVSDK_DOORLOCK_SIGNAL_DEADBAND &&
+           drift <= OQDEVSDK_DOORLOCK_SIGNAL_DEADBAND;
 }
 
 void AddNumberElem(CMarkupSTL &xml, const char *name, uint8_t value) {
@@ -91,8 +91,7 @@ bool AddPowerEntry(cJSON *list, const oqDevSDK_DoorLock_PowerInfo_S &power) {
 int LockStatus_IsChanged() {
     oqDevSDK_DoorLock_LockStatus_S rec;
     std::memset(&rec, 0, sizeof rec);
-    if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS, &rec, sizeof rec) !=
-        0) {
+    if (DoorLock_BusDev_Fetch(rec) != 0) {
         oqdev_debug(kLogError, "Failed to get door lock status info.\n ");
         return 0;
     }
@@ -127,10 +126,8 @@ int LockStatus_Reset() {
 }
 
 int PowerStatus_IsChanged() {
-    auto rec = DoorLock_FetchRecord<oqDevSDK_DoorLock_PowerStatus_S>(
-        OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS,
-        static_cast<unsigned int>(sizeof(oqDevSDK_DoorLock_PowerStatus_S)),
-        "Failed to get mul poser status.\n");
+    auto rec =
+        DoorLock_FetchRecord<oqDevSDK_DoorLock_PowerStatus_S>("Failed to get mul poser status.\n");
     return rec && TakeIfChanged(g_stPowerStatus, *rec) ? 1 : 0;
 }
 

@@ -5,11 +5,11 @@
 #include <cstring>
 #include <utility>
 
-#include "frame/domain_ids.h"
 #include "frame/host_guard.h"
 #include "oqdev_log.h"
 #include "oqdev_status_report.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 
@@ -54,7 +54,7 @@ template <std::size_t I>
 int GuardedReport(int arg) noexcept {
     int ret = -1;
     return DoorLock_Guard("status report", [&] { ret = kStatusItems[I].pfnReport(arg); }) ? ret
-                                                                                         : -1;
+                                                                                          : -1;
 }
 template <std::size_t I>
 int GuardedReset() noexcept {

@@ -8,15 +8,14 @@
 #include <cstring>
 
 #include "frame/bus_dev.h"
-#include "frame/domain_ids.h"
 #include "handlers/decimal_text.h"
-#include "handlers/settings_keys.h"
 #include "messaging/envelope.h"
 #include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
 #include "status/item_common.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
@@ -34,25 +33,34 @@ int32_t g_uiDoorBellTone_Val = kUnknownValue;
 int32_t g_uiDoorPromptTone_Val = kUnknownValue;
 oqDevSDK_DoorLock_FaceUnlock_S g_stFaceUnlock = {kUnknownValue, kUnknownValue};
 
+// The lock's current value of one numeric setting.
+template <typename Record>
+int FetchValue(int32_t &value) noexcept {
+    Record rec = {0};
+    const int ret = DoorLock_BusDev_Fetch(rec);
+    value = rec.iValue;
+    return ret;
+}
+
 struct NumericKeyItem {
     const char *pszKey;
-    int iFromDevType;
+    int (*pfnFetch)(int32_t &value);
     const char *pszFetchError;
     int32_t *piCache;
 };
 
-const NumericKeyItem kFingerStore = {kKeyFingerStore, OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE,
+const NumericKeyItem kFingerStore = {kKeyFingerStore, &FetchValue<DoorLock_FingerStore_S>,
                                      "Failed to get door finger store info.\n",
                                      &g_uiDoorFingerStore_Val};
-const NumericKeyItem kBellTone = {kKeyBellTone, OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE,
+const NumericKeyItem kBellTone = {kKeyBellTone, &FetchValue<DoorLock_BellTone_S>,
                                   "Failed to get door bell tone info.\n", &g_uiDoorBellTone_Val};
-const NumericKeyItem kPromptTone = {kKeyPromptTone, OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE,
+const NumericKeyItem kPromptTone = {kKeyPromptTone, &FetchValue<DoorLock_PromptTone_S>,
                                     "Failed to get door prompt tone info.\n",
                                     &g_uiDoorPromptTone_Val};
 
 int NumericKey_IsChanged(const NumericKeyItem &item) {
     int32_t value = 0;
-    if (DoorLock_BusDev_GetRuntimeInfo(item.iFromDevType, &value, sizeof value) != 0) {
+    if (item.pfnFetch(value) != 0) {
         oqdev_debug(kLogError, "%s", item.pszFetchError);
         return 0;
     }
@@ -84,8 +92,7 @@ int DoorOpenRemindSwitch_IsChanged() {
     // Every switch is fetched on every poll; one that fails keeps its cache.
     for (int32_t n = 0; n < OQDEVSDK_DOORLOCK_SWITCH_NUM; ++n) {
         rec.iSwitchIndex = n;
-        if (DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH, &rec, sizeof rec) !=
-            0) {
+        if (DoorLock_BusDev_Fetch(rec) != 0) {
             continue;
         }
         if (rec.iEnable != g_door_lock_switch[n].iEnable) {
@@ -154,8 +161,7 @@ int KeyVal_DoorPromptTone_Reset() {
 int KeyVal_DoorFaceUnlock_IsChanged() {
     oqDevSDK_DoorLock_FaceUnlock_S rec;
     std::memset(&rec, 0, sizeof rec);
-    const int ret =
-        DoorLock_BusDev_GetRuntimeInfo(OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK, &rec, sizeof rec);
+    const int ret = DoorLock_BusDev_Fetch(rec);
     if (ret != 0) {
         return IsChangedFetchError(ret);
     }

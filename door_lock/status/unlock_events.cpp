@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "CMarkupSTL.h"
-#include "frame/domain_ids.h"
 #include "frame/record_fetch.h"
 #include "frame/text_field.h"
 #include "handlers/codecs.h"
@@ -11,6 +10,7 @@
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
@@ -22,7 +22,6 @@ oqDevSDK_DoorLock_UnlockEvtRecList_S g_stUnlockEvtRec;
 
 int UnlockEvtRec_IsChanged() {
     auto batch = DoorLock_FetchRecord<oqDevSDK_DoorLock_UnlockEvtRecList_S>(
-        OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS, OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN,
         "Failed to get unlock event records info.\n", false);
     if (!batch) {
         return 0;

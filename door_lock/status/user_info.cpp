@@ -8,6 +8,7 @@
 #include "oqDevSDK_door_lock.h"
 #include "status/item_common.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace norla {
 namespace {
@@ -18,9 +19,7 @@ oqDevSDK_DoorLock_UserInfo_S g_stUserInfo;
 }  // namespace
 
 int UserInfo_IsChanged() {
-    auto table = DoorLock_FetchRecord<oqDevSDK_DoorLock_UserInfo_S>(
-        OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,
-        "Failed to get user info.\n");
+    auto table = DoorLock_FetchRecord<oqDevSDK_DoorLock_UserInfo_S>("Failed to get user info.\n");
     // Unused slots and reserved bytes count too: any byte the device changes
     // is news.
     return table && TakeIfChanged(g_stUserInfo, *table) ? 1 : 0;

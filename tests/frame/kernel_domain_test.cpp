@@ -6,6 +6,7 @@
 #include "frame/kernel_domain.h"
 #include "status/registry.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
 
@@ -20,30 +21,29 @@ std::vector<std::string> Lines() {
     return lines;
 }
 
-constexpr int kRequestIds[] = {18699, 18731, 18829, 18849, 18853,
-                               18855, 18857, 18859, 18861, 20160};
+constexpr int kRequestIds[] = {norla::kCmdSetSwitch,       norla::kCmdSetDevPlan,
+                               norla::kCmdSetKeyValue,     norla::kCmdTriggerUserVerify,
+                               norla::kCmdQueryAlarmPlans, norla::kCmdSetAlarmPlan,
+                               norla::kCmdSetUserInfo,     norla::kCmdSetSnapPwd,
+                               norla::kCmdQuerySnapPwds,   norla::kCmdQueryUserInfo};
 
-const struct {
-    int cmd;
-    const char *type;
-    const char *refusal;
-} kRedirects[] = {
-    {18699, "30", "DoorLock failed to register type: switch is door open notify."},
-    {18699, "450", "DoorLock failed to register type: switch is door open notify."},
-    {18699, "452", "DoorLock failed to register type: switch is door open notify."},
-    {18699, "453", "DoorLock failed to register type: switch is anti door lock mode."},
-    {18699, "454", "DoorLock failed to register type: switch is door open video."},
-    {18699, "455", "DoorLock failed to register type: switch is face recognition unlock."},
-    {18699, "456", "DoorLock failed to register type: switch is indoor open notify."},
-    {18699, "457", "DoorLock failed to register type: switch is indoor open notify."},
-    {18829, "doorFingerStore", "DoorLock failed to register type: key is doorFingerStore."},
-    {18829, "doorBellTone", "DoorLock failed to register type: key is doorBellTone."},
-    {18829, "doorPromptTone", "DoorLock failed to register type: key is doorPromptTone."},
-    {18829, "doorFaceUnlock", "DoorLock failed to register type: key is doorFaceUnlock."},
-    {18731, "19", "DoorLock register dev plan error"},
-};
+// Every switch type, every setting key, then the auto face unlock plan; the
+// exact refusal texts are pinned by the lifecycle scenario.
+std::vector<std::string> ExpectedRedirects() {
+    const std::string domain = "/" + std::to_string(norla::kDoorLockDomainId) + "/";
+    std::vector<std::string> want;
+    for (int type : norla::kSwitchPlatformTypes) {
+        want.push_back(std::to_string(norla::kCmdSetSwitch) + domain + std::to_string(type));
+    }
+    for (const char *key : norla::kSettingKeys) {
+        want.push_back(std::to_string(norla::kCmdSetKeyValue) + domain + key);
+    }
+    want.push_back(std::to_string(norla::kCmdSetDevPlan) + domain +
+                   std::to_string(norla::kAutoFacePlanType));
+    return want;
+}
 
-// Every registration is tried; each refusal names its own.
+// Every registration is tried; each refusal logs one error line of its own.
 TEST_F(KernelDomainTest, LoadsTheDomainAndRegistersThirteenRedirects) {
     for (int refusal : {0, -3}) {
         SCOPED_TRACE(refusal);
@@ -52,23 +52,23 @@ TEST_F(KernelDomainTest, LoadsTheDomainAndRegistersThirteenRedirects) {
         EXPECT_EQ(norla::DoorLock_extern_init(), 0);
         const oqdev_kernel_extend_s &ext = oqsim::domain();
         ASSERT_TRUE(oqsim::domain_loaded());
-        EXPECT_EQ(ext.usDomainId + ext.usReserved + ext.uiReserved, 4400u);
+        EXPECT_EQ(ext.usDomainId, 4400);
+        EXPECT_EQ(ext.usReserved, 0);
+        EXPECT_EQ(ext.uiReserved, 0u);
         EXPECT_STREQ(ext.szDomainName, "door_lock");
         EXPECT_STREQ(ext.szDomainVersion, "v1.0.0");
         EXPECT_TRUE(ext.pfnStart != nullptr && ext.pfnStop != nullptr);
-        std::vector<std::string> regs, want, lines;
+        std::vector<std::string> regs;
         for (const oqsim::Redirect &r : oqsim::redirects()) {
             regs.push_back(std::to_string(r.cmd) + "/" + std::to_string(r.domain) + "/" + r.type);
         }
-        for (const auto &row : kRedirects) {
-            want.push_back(std::to_string(row.cmd) + "/4400/" + row.type);
-            if (refusal != 0) {
-                lines.push_back(std::string("1:") + row.refusal + "\n");
-            }
+        EXPECT_EQ(regs, ExpectedRedirects());
+        const std::vector<std::string> lines = Lines();
+        ASSERT_EQ(lines.size(), refusal != 0 ? 14u : 1u);
+        for (size_t i = 0; i + 1 < lines.size(); ++i) {
+            EXPECT_EQ(lines[i].rfind("1:DoorLock ", 0), 0u) << lines[i];
         }
-        lines.push_back("3:DoorLock domain registered.\n");
-        EXPECT_EQ(regs, want);
-        EXPECT_EQ(Lines(), lines);
+        EXPECT_EQ(lines.back(), "3:DoorLock domain registered.\n");
     }
 }
 
@@ -91,7 +91,7 @@ TEST_F(KernelDomainTest, RequestsAreAnsweredUnderTheNextIdUnlessTheDeviceSleeps)
         SCOPED_TRACE(cmd);
         EXPECT_EQ(ResultOf(Request(cmd, ++seq, "not xml")), 3);
         const oqsim::Sent &rsp = LastSent();
-        EXPECT_EQ(rsp.rec.iCmdId, cmd + 1);
+        EXPECT_EQ(rsp.rec.iCmdId, norla::ResponseOf(cmd));
         EXPECT_EQ(rsp.rec.uiMsgSeq, seq);
         EXPECT_EQ(rsp.rec.ucIsResponse, 1);
         EXPECT_EQ(rsp.version, "v1.0.0");
@@ -103,7 +103,7 @@ TEST_F(KernelDomainTest, RequestsAreAnsweredUnderTheNextIdUnlessTheDeviceSleeps)
     oqsim::clear_sent();
     oqsim::set_sleep(true);
     std::vector<int> ids(std::begin(kRequestIds), std::end(kRequestIds));
-    ids.push_back(10376);
+    ids.push_back(norla::kCmdSystemConfigRsp);
     for (int cmd : ids) {
         oqsim::deliver(cmd, 9,
                        "<Response><Result>0</Result><Type name=\"DLPower\" "
@@ -117,7 +117,9 @@ TEST_F(KernelDomainTest, RequestsAreAnsweredUnderTheNextIdUnlessTheDeviceSleeps)
 
 TEST_F(KernelDomainTest, UnknownIdsOnlyLogTheirArrival) {
     InitModule();
-    for (int cmd : {18700, 10375, 12355, 0, -1, 99999}) {
+    // Ids the module only sends are unknown on the way in.
+    for (int cmd : {norla::ResponseOf(norla::kCmdSetSwitch), norla::kCmdSystemConfigReq,
+                    norla::kCmdReportSwitches, 0, -1, 99999}) {
         oqsim::clear_logs();
         oqsim::deliver(cmd, 5, "<Request><Type/></Request>");
         char hex[16];
@@ -127,7 +129,7 @@ TEST_F(KernelDomainTest, UnknownIdsOnlyLogTheirArrival) {
     }
     EXPECT_TRUE(oqsim::sent().empty());
     EXPECT_TRUE(Device().received.empty());
-    EXPECT_EQ(oqsim::deliver(10376, 1, "garbage"), -1);
+    EXPECT_EQ(oqsim::deliver(norla::kCmdSystemConfigRsp, 1, "garbage"), -1);
     EXPECT_TRUE(HasLog(1, "Result is -1, by Cmdid[0x2888]."));
     oqsim::deliver_null();
     EXPECT_TRUE(HasLog(1, "NULL input param!"));

@@ -9,8 +9,16 @@
 
 #include "handlers/handlers.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
+
+using norla::kCmdQueryAlarmPlans;
+using norla::kCmdQuerySnapPwds;
+using norla::kCmdSetAlarmPlan;
+using norla::kCmdSetDevPlan;
+using norla::kCmdSetSnapPwd;
+using norla::kCmdTriggerUserVerify;
 
 using SnapPwd = oqDevSDK_DoorLock_SetSnapPwd_S;
 using AlarmPlan = oqDevSDK_DoorLock_SetAlarmPlan_S;
@@ -19,12 +27,6 @@ using FacePlan = oqDevSDK_DoorLock_AutoFaceUnlockPlan_S;
 using Verify = oqDevSDK_DoorLock_UserVerify_S;
 
 constexpr int kSnapSet = OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD;
-constexpr int kVerify = 18849;
-constexpr int kSetDevPlan = 18731;
-constexpr int kQueryAlarms = 18853;
-constexpr int kSetAlarm = 18855;
-constexpr int kSetSnap = 18859;
-constexpr int kQuerySnaps = 18861;
 constexpr int kAlarmList = OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS;
 // Allocations of one query of a full plan list, with room to spare.
 constexpr long kScannedAllocations = 64;
@@ -91,9 +93,9 @@ TEST_F(PlansTest, SnapPasswordCreateAndDeleteSendTheRecordByteForByte) {
         return 0;
     };
     std::string rsp =
-        Run(kSetSnap, "<OptType Type=\"0\"/><Info><User Name=\"" + std::string(70, 'n') +
-                          "\"/><Expire Begin=\"2021-03-07 08:05:00\" End=\"2021-12-31 "
-                          "23:59:59\"/><Limit Num=\"5\"/></Info>");
+        Run(kCmdSetSnapPwd, "<OptType Type=\"0\"/><Info><User Name=\"" + std::string(70, 'n') +
+                                "\"/><Expire Begin=\"2021-03-07 08:05:00\" End=\"2021-12-31 "
+                                "23:59:59\"/><Limit Num=\"5\"/></Info>");
     // 2021-03-07 08:05:00 and 2021-12-31 23:59:59 UTC
     SnapPwd want = {0, 0, 0, {}, 1615104300, 1640995199, 5, 5, {}};
     std::memset(want.szName, 'n', sizeof want.szName - 1);
@@ -102,7 +104,7 @@ TEST_F(PlansTest, SnapPasswordCreateAndDeleteSendTheRecordByteForByte) {
     EXPECT_EQ(rsp, "<Response><Result>0</Result><Index>3</Index><Pwd>84736251</Pwd></Response>");
 
     Device().on_recv = nullptr;
-    rsp = Run(kSetSnap, "<OptType Type=\"2\" Index=\"5\"/>");
+    rsp = Run(kCmdSetSnapPwd, "<OptType Type=\"2\" Index=\"5\"/>");
     want = {2, 0, 4, {}, 0, 0, 0, 0, {}};
     EXPECT_EQ(std::memcmp(Sent<SnapPwd>(kSnapSet).get(), &want, sizeof want), 0);
     EXPECT_EQ(rsp, "<Response><Result>0</Result><Index>5</Index><Pwd/></Response>");
@@ -115,12 +117,13 @@ TEST_F(PlansTest, BadRequestsNeverReachTheLock) {
     const char *const alarm = "Failed to ParseSetNotBackAlarmPlan.";
     // command, body, result, logs
     const std::tuple<int, std::string, int, const char *, const char *> cases[] = {
-        {kSetSnap, "<OptType Type=\"1\" Index=\"5\"/>", 3, "Invalid operation type:1", snap},
-        {kSetAlarm, AlarmBody("Type=\"0\"", alarmNoEnd), 3, "[Index 1]Failed to find attrib:End.",
-         alarm},
-        {kVerify, "<Timeout>5</Timeout>", 3, "Failed to find elem:UserID.", ""},
-        {kVerify, "<Timeout>5</Timeout><UserID>u</UserID>", 3, "Failed to find elem:Timeout.", ""},
-        {kSetDevPlan, Actor(18), 131, "unspport plan type ", ""},
+        {kCmdSetSnapPwd, "<OptType Type=\"1\" Index=\"5\"/>", 3, "Invalid operation type:1", snap},
+        {kCmdSetAlarmPlan, AlarmBody("Type=\"0\"", alarmNoEnd), 3,
+         "[Index 1]Failed to find attrib:End.", alarm},
+        {kCmdTriggerUserVerify, "<Timeout>5</Timeout>", 3, "Failed to find elem:UserID.", ""},
+        {kCmdTriggerUserVerify, "<Timeout>5</Timeout><UserID>u</UserID>", 3,
+         "Failed to find elem:Timeout.", ""},
+        {kCmdSetDevPlan, Actor(18), 131, "unspport plan type ", ""},
     };
     for (const auto &[cmd, body, result, log, log2] : cases) {
         SCOPED_TRACE(body);
@@ -150,7 +153,7 @@ TEST_F(PlansTest, SnapPasswordListHoldsAtMostThreeEntries) {
     for (auto [count, shown] : {std::pair<uint16_t, int>{0, 0}, {3, 3}, {5, 3}}) {
         list.usCount = count;
         Device().SetRuntime(OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS, list);
-        const std::string rsp = Run(kQuerySnaps, "");
+        const std::string rsp = Run(kCmdQuerySnapPwds, "");
         EXPECT_EQ(rsp, "<Response><Result>0</Result>" +
                            std::accumulate(infos, infos + shown, std::string()) + "</Response>");
     }
@@ -166,7 +169,7 @@ TEST_F(PlansTest, AlarmPlanSetCountsAndIndexes) {
         {"<OptType Type=\"2\" Index=\"4\"/>", "2 3 0 0", "4"},
     };
     for (const auto &[body, sent, index] : cases) {
-        const std::string rsp = Run(kSetAlarm, body);
+        const std::string rsp = Run(kCmdSetAlarmPlan, body);
         EXPECT_EQ(rsp, "<Response><Result>0</Result><Index>" + std::string(index) +
                            "</Index></Response>");
         const auto rec = Sent<AlarmPlan>(OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN);
@@ -215,7 +218,7 @@ TEST_F(PlansTest, AlarmPlanListHoldsAtMostEightPlansWithinTheirArrays) {
             want += "<Plan Index=\"" + std::to_string(i) + "\" Enable=\"1\" Weekday=\"6,7\">" +
                     lists + "</UserList></Plan>";
         }
-        const std::string rsp = Run(kQueryAlarms, "");
+        const std::string rsp = Run(kCmdQueryAlarmPlans, "");
         EXPECT_TRUE(rsp == want + "</Response>") << count << " plans: " << rsp.substr(0, 300);
     }
 }
@@ -228,7 +231,7 @@ TEST_F(PlansTest, AlarmPlanListPrintsExtremeTimesWhole) {
     list->astPlan[0].usUserNum = 0;
     list->astPlan[0].astDate[0] = {INT32_MIN, INT32_MIN, INT32_MAX, -1};
     Device().SetRuntime(kAlarmList, *list);
-    EXPECT_EQ(Run(kQueryAlarms, ""),
+    EXPECT_EQ(Run(kCmdQueryAlarmPlans, ""),
               "<Response><Result>0</Result><Plan Index=\"1\" Enable=\"1\" Weekday=\"6,7\">"
               "<DateList><Date Begin=\"-2147483648:-2147483648\" End=\"2147483647:-1\"/>"
               "</DateList><UserList/></Plan></Response>");
@@ -242,7 +245,7 @@ TEST_F(PlansTest, AlarmPlanListCutShortByMemoryAnswersFour) {
     for (long n = 1; n <= kScannedAllocations && cuts == 0; ++n) {
         oqsim::clear_logs();
         dltest::ArmAllocationFault(n, false);
-        const std::string rsp = Request(kQueryAlarms, 9, "<Request/>");
+        const std::string rsp = Request(kCmdQueryAlarmPlans, 9, "<Request/>");
         dltest::DisarmAllocationFault();
         if (HasLog(1, "Failed to fill NotBackAlarmPlans info.")) {
             ++cuts;
@@ -260,9 +263,9 @@ TEST_F(PlansTest, UserVerificationResultsAndTimeOuts) {
         {"<UserID>u7</UserID><Timeout>30</Timeout>", 0, 0, "u7", 30},
         {"<UserID>u7</UserID><Timeout>0</Timeout>", 0, 0, "u7", 120},
         {"<UserID>u7</UserID><Timeout>soon</Timeout>", 0, 0, "u7", 120},
-        {"<UserID>" + longId + "</UserID><Timeout>5</Timeout>", 1, 0x180003, longId.substr(0, 31),
-         5},
-        {"<UserID>u</UserID><Timeout>5</Timeout>", 9, 0x180004, "u", 5},
+        {"<UserID>" + longId + "</UserID><Timeout>5</Timeout>", 1, norla::kResultVerifyFailed,
+         longId.substr(0, 31), 5},
+        {"<UserID>u</UserID><Timeout>5</Timeout>", 9, norla::kResultVerifyOther, "u", 5},
     };
     for (const auto &[body, verified, result, userId, timeout] : cases) {
         SCOPED_TRACE(body);
@@ -270,7 +273,7 @@ TEST_F(PlansTest, UserVerificationResultsAndTimeOuts) {
             static_cast<Verify *>(msg->pData)->uiVerifyResult = v;
             return 0;
         };
-        EXPECT_EQ(ResultOf(Run(kVerify, body)), result);
+        EXPECT_EQ(ResultOf(Run(kCmdTriggerUserVerify, body)), result);
         const auto rec = Sent<Verify>(OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY);
         ASSERT_NE(rec, nullptr);
         EXPECT_EQ(rec->szUserId, userId);
@@ -301,7 +304,7 @@ TEST_F(PlansTest, DevicePlanSetMergesIntoTheLocksPlan) {
         SCOPED_TRACE(body);
         Device().SetRuntime(OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, lock);
         const size_t ops = oqsim::status_ops().size();
-        EXPECT_EQ(ResultOf(Run(kSetDevPlan, body)), 0);
+        EXPECT_EQ(ResultOf(Run(kCmdSetDevPlan, body)), 0);
         EXPECT_EQ(oqsim::status_ops().size(), ops + 1);
         EXPECT_EQ(oqsim::status_ops().back(), "force 121");
         FacePlan want = lock;

@@ -5,11 +5,12 @@
 
 #include "oqDevSDK_door_lock.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
 
-constexpr int kSwitch = 18699;
-constexpr int kKey = 18829;
+using norla::kCmdSetKeyValue;
+using norla::kCmdSetSwitch;
 
 std::string KeyReq(const std::string &key, const std::string &value) {
     return "<Type>" + key + "</Type><Value>" + value + "</Value>";
@@ -58,33 +59,35 @@ TEST_F(SettingsHandlerTest, SetRequests) {
     const std::string failed = "Failed to set key value, key=doorFaceUnlock, value=";
     // command, body, result, effects, logs
     const std::tuple<int, std::string, int, const char *, std::string, std::string> cases[] = {
-        {kSwitch, R"(<Switch Type="30" Enable="1" Channel="1"/>)", 0, "0: 0 1 1", "", ""},
-        {kSwitch, R"(<Switch Type="452" Enable="7" Channel="-3"/>)", 0, "0: 2 7 -3", "", ""},
-        {kSwitch, R"(<Switch Type="457" Enable="abc" Channel="2"/>)", 0, "0: 7 0 2", "", ""},
-        {kSwitch, R"(<Switch Type="451"/>)", 2, "", "Invalid switch type:451", ""},
-        {kSwitch, R"(<Switch Type="x" Enable="1" Channel="1"/>)", 2, "", "Invalid switch type:0",
+        {kCmdSetSwitch, R"(<Switch Type="30" Enable="1" Channel="1"/>)", 0, "0: 0 1 1", "", ""},
+        {kCmdSetSwitch, R"(<Switch Type="452" Enable="7" Channel="-3"/>)", 0, "0: 2 7 -3", "", ""},
+        {kCmdSetSwitch, R"(<Switch Type="457" Enable="abc" Channel="2"/>)", 0, "0: 7 0 2", "", ""},
+        {kCmdSetSwitch, R"(<Switch Type="451"/>)", 2, "", "Invalid switch type:451", ""},
+        {kCmdSetSwitch, R"(<Switch Type="x" Enable="1" Channel="1"/>)", 2, "",
+         "Invalid switch type:0", ""},
+        {kCmdSetSwitch, R"(<Other Type="30"/>)", 3, "", "Failed to find elem:Switch", ""},
+        {kCmdSetSwitch, R"(<Switch Enable="1" Channel="1"/>)", 3, "", "Failed to find attrib:Type",
          ""},
-        {kSwitch, R"(<Other Type="30"/>)", 3, "", "Failed to find elem:Switch", ""},
-        {kSwitch, R"(<Switch Enable="1" Channel="1"/>)", 3, "", "Failed to find attrib:Type", ""},
-        {kSwitch, R"(<Switch Type="30" Enable="" Channel="1"/>)", 3, "",
+        {kCmdSetSwitch, R"(<Switch Type="30" Enable="" Channel="1"/>)", 3, "",
          "Failed to find attrib:Enable", ""},
-        {kSwitch, R"(<Switch Type="30" Enable="1"/>)", 3, "", "Failed to find attrib:Channel", ""},
-        {kSwitch, R"(<Switch Type="456" Enable="9" Channel="0"/>)", 4, "0: 6 9 0",
+        {kCmdSetSwitch, R"(<Switch Type="30" Enable="1"/>)", 3, "", "Failed to find attrib:Channel",
+         ""},
+        {kCmdSetSwitch, R"(<Switch Type="456" Enable="9" Channel="0"/>)", 4, "0: 6 9 0",
          "Failed to set switch of door open remind.", ""},
-        {kKey, KeyReq("doorFingerStore", "3"), 0, "force 67;1: 3", "", ""},
-        {kKey, KeyReq("doorBellTone", "-2"), 0, "force 68;2: -2", "", ""},
-        {kKey, KeyReq("doorPromptTone", "12"), 0, "force 69;3: 12", "", ""},
-        {kKey, KeyReq("doorFaceUnlock", face), 0, "force 97;9: 1 80", "", ""},
-        {kKey, KeyReq("doorBellTone", "9"), 4, "force 68;2: 9",
+        {kCmdSetKeyValue, KeyReq("doorFingerStore", "3"), 0, "force 67;1: 3", "", ""},
+        {kCmdSetKeyValue, KeyReq("doorBellTone", "-2"), 0, "force 68;2: -2", "", ""},
+        {kCmdSetKeyValue, KeyReq("doorPromptTone", "12"), 0, "force 69;3: 12", "", ""},
+        {kCmdSetKeyValue, KeyReq("doorFaceUnlock", face), 0, "force 97;9: 1 80", "", ""},
+        {kCmdSetKeyValue, KeyReq("doorBellTone", "9"), 4, "force 68;2: 9",
          "Failed to set key value, key=doorBellTone, value=9", ""},
-        {kKey, KeyReq("doorFaceUnlock", R"({"unlock_type":1})"), 4, "force 97;",
+        {kCmdSetKeyValue, KeyReq("doorFaceUnlock", R"({"unlock_type":1})"), 4, "force 97;",
          "Failed to find item:unlockType", failed + R"({"unlock_type":1})"},
-        {kKey, KeyReq("doorFaceUnlock", "x"), 4, "force 97;",
+        {kCmdSetKeyValue, KeyReq("doorFaceUnlock", "x"), 4, "force 97;",
          "Failed to parse value string of icr dss:x", failed + "x"},
-        {kKey, KeyReq("doorbellTone", "1"), 2, "", "Invalid Key:doorbellTone", ""},
-        {kKey, KeyReq(longKey, "1"), 2, "", "Invalid Key:" + longKey.substr(0, 31), ""},
-        {kKey, "<Value>1</Value>", 3, "", "Failed to find elem:Type.", ""},
-        {kKey, "<Type>doorBellTone</Type>", 3, "", "Failed to find elem:Value.", ""},
+        {kCmdSetKeyValue, KeyReq("doorbellTone", "1"), 2, "", "Invalid Key:doorbellTone", ""},
+        {kCmdSetKeyValue, KeyReq(longKey, "1"), 2, "", "Invalid Key:" + longKey.substr(0, 31), ""},
+        {kCmdSetKeyValue, "<Value>1</Value>", 3, "", "Failed to find elem:Type.", ""},
+        {kCmdSetKeyValue, "<Type>doorBellTone</Type>", 3, "", "Failed to find elem:Value.", ""},
     };
     // The lock refuses any record holding the value 9.
     Device().on_recv = [](oqDevSDK_DoorLock_Msg_S *msg) {

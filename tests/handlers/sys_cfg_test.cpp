@@ -6,6 +6,7 @@
 #include "oqDevSDK_door_lock.h"
 #include "status/registry.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
 
@@ -54,7 +55,7 @@ TEST_F(SysCfgTest, TheJobAsksUntilAnsweredAndThenOncePerDay) {
     ASSERT_EQ(Tick(), 1u);
     const auto &sent = oqsim::sent();
     const oqsim::Sent &first = sent[sent.size() - 2];
-    EXPECT_EQ(first.rec.iCmdId, 10375);
+    EXPECT_EQ(first.rec.iCmdId, norla::kCmdSystemConfigReq);
     EXPECT_EQ(sent.back().rec.uiMsgSeq, first.rec.uiMsgSeq + 1);
     EXPECT_EQ(first.rec.ucIsResponse, 0);
     EXPECT_EQ(first.version, "v1.0.0");
@@ -62,7 +63,8 @@ TEST_F(SysCfgTest, TheJobAsksUntilAnsweredAndThenOncePerDay) {
               "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<Request><Authorization/>"
               "<DevSerial>SUB-7</DevSerial><Type>DLPower</Type></Request>");
 
-    ASSERT_EQ(oqsim::deliver(10376, 1, DLPower("{\"x\":1,\"low_percent\":300}")), 0);
+    ASSERT_EQ(
+        oqsim::deliver(norla::kCmdSystemConfigRsp, 1, DLPower("{\"x\":1,\"low_percent\":300}")), 0);
     ASSERT_NE(Device().Find(kPowerCode), nullptr);
     EXPECT_EQ(Device().Find(kPowerCode)->bytes, (std::vector<uint8_t>{44, 0, 0, 0}));
     const std::pair<int64_t, size_t> steps[] = {
@@ -104,7 +106,7 @@ TEST_F(SysCfgTest, EveryFailedAnswerKeepsTheJobAsking) {
         oqsim::clear_logs();
         Device().Reset();
         Device().recv_result[kPowerCode] = deviceRet;
-        EXPECT_EQ(oqsim::deliver(10376, 3, text), -1);
+        EXPECT_EQ(oqsim::deliver(norla::kCmdSystemConfigRsp, 3, text), -1);
         EXPECT_TRUE(HasLog(1, log)) << log;
         EXPECT_TRUE(log2.empty() || HasLog(1, log2)) << log2;
         EXPECT_TRUE(HasLog(1, "Result is -1, by Cmdid[0x2888]."));

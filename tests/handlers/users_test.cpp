@@ -8,14 +8,16 @@
 
 #include "oqDevSDK_door_lock.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
+
+using norla::kCmdQueryUserInfo;
+using norla::kCmdSetUserInfo;
 
 using Cfg = oqDevSDK_DoorLock_SetUserCfg_S;
 using Table = oqDevSDK_DoorLock_UserInfo_S;
 
-constexpr int kCmdSetUser = 18857;
-constexpr int kCmdQueryUsers = 20160;
 // Allocations of one query of a full table, with room to spare.
 constexpr long kScannedAllocations = 64;
 constexpr int kTableCode = OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO;
@@ -111,7 +113,7 @@ class UsersTest : public dltest::ModuleTest {
 };
 
 TEST_F(UsersTest, AddAndDeleteFillTheSetRecordFieldByField) {
-    EXPECT_EQ(Send(kCmdSetUser, SetReq{}.Xml()), Response(0, 1));
+    EXPECT_EQ(Send(kCmdSetUserInfo, SetReq{}.Xml()), Response(0, 1));
     oqDevSDK_DoorLock_User_S user = {2, 2,  1,  "alice", "al", 1615104300, 1640995200,
                                      1, {}, {}, 1,       2,    3,          4};
     user.astDate[0] = {8, 30, 18, 5, 0x07, {}, 5, 3};
@@ -119,7 +121,7 @@ TEST_F(UsersTest, AddAndDeleteFillTheSetRecordFieldByField) {
     Cfg got = Sent();
     EXPECT_EQ(std::memcmp(&got, &want, sizeof want), 0);
 
-    EXPECT_EQ(Send(kCmdSetUser, R"(<Request><OptType Type="2" Index="5"/></Request>)"),
+    EXPECT_EQ(Send(kCmdSetUserInfo, R"(<Request><OptType Type="2" Index="5"/></Request>)"),
               Response(0, 1));
     const Cfg del = {2, 0, 4, {}, 0, 0, 0, 0, {}};
     got = Sent();
@@ -139,7 +141,7 @@ TEST_F(UsersTest, OperationZeroAndTheLimitsOfTheRecord) {
     req.dates += "</DateList>";
     req.contents = R"(<Contents><Content index="2" type="3" action="1" str=")" +
                    std::string(80, 's') + R"("/></Contents>)";
-    EXPECT_EQ(Send(kCmdSetUser, req.Xml()), Response(0, 1));
+    EXPECT_EQ(Send(kCmdSetUserInfo, req.Xml()), Response(0, 1));
     oqDevSDK_DoorLock_User_S user = {0, 1,  1,  {}, "", 1615104300, 1640995200,
                                      4, {}, {}, 1,  2,  3,          4};
     std::memset(user.szName, 'n', sizeof user.szName - 1);
@@ -177,7 +179,7 @@ TEST_F(UsersTest, BadRequestsNeverReachTheDevice) {
     for (const auto &[part, value, log] : cases) {
         SetReq req;
         req.*part = value;
-        EXPECT_EQ(Send(kCmdSetUser, req.Xml()), Response(3, 1))
+        EXPECT_EQ(Send(kCmdSetUserInfo, req.Xml()), Response(3, 1))
             << "the list comes with every answer";
         EXPECT_TRUE(HasLog(1, log)) << log;
         EXPECT_TRUE(HasLog(1, "Failed to ParseSetUserInfo."));
@@ -192,7 +194,8 @@ TEST_F(UsersTest, QueryWritesTheWholeTable) {
         auto table = MakeTable(count, 9);
         std::memset(table->astUser[0].szName, 'x', sizeof table->astUser[0].szName);
         Device().SetRuntime(kTableCode, *table);
-        EXPECT_TRUE(Send(kCmdQueryUsers, "<Request/>") == Response(0, listed, std::string(64, 'x')))
+        EXPECT_TRUE(Send(kCmdQueryUserInfo, "<Request/>") ==
+                    Response(0, listed, std::string(64, 'x')))
             << count << " users";
     }
 }
@@ -205,7 +208,7 @@ TEST_F(UsersTest, QueryCutShortByMemoryAnswersFour) {
     for (long n = 1; n <= kScannedAllocations && cuts == 0; ++n) {
         oqsim::clear_logs();
         dltest::ArmAllocationFault(n, false);
-        const std::string body = Request(kCmdQueryUsers, 9, "<Request/>");
+        const std::string body = Request(kCmdQueryUserInfo, 9, "<Request/>");
         dltest::DisarmAllocationFault();
         for (const oqsim::LogLine &line : oqsim::logs()) {
             if (line.text.rfind("Failed to fill user info, index=", 0) == 0) {

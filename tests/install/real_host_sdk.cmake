@@ -7,11 +7,9 @@ include(${CMAKE_CURRENT_LIST_DIR}/run_step.cmake)
 set(sdk ${WORK_DIR}/sdk)
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${sdk}/include ${sdk}/lib)
-file(GLOB headers ${SOURCE_DIR}/host_sdk/include/*.h)
-file(COPY ${headers} DESTINATION ${sdk}/include)
-file(GLOB emulator_sources ${SOURCE_DIR}/host_sdk/sim/*.cpp)
+file(COPY ${SOURCE_DIR}/host_sdk/include/ DESTINATION ${sdk}/include)
 run("stand-in host SDK" ${CXX_COMPILER} -std=c++17 -shared -fPIC
-    -I${SOURCE_DIR}/host_sdk/include -I${SOURCE_DIR}/host_sdk/sim ${emulator_sources}
+    -I${SOURCE_DIR}/host_sdk/include -I${SOURCE_DIR}/host_sdk/emulator/include ${EMULATOR_SOURCES}
     -o ${sdk}/lib/liboqdev_sdk.so -Wl,-soname,liboqdev_sdk.so -lpugixml -pthread)
 
 set(build ${WORK_DIR}/build)

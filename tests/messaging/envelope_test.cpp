@@ -7,6 +7,7 @@
 #include "CMarkupSTL.h"
 #include "messaging/envelope.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
 
@@ -71,7 +72,7 @@ TEST_F(EnvelopeTest, SendFillsTheKernelRecordOrGivesMinusOne) {
     EXPECT_EQ(s.rec.uiBodyLen, s.body.size());
     EXPECT_EQ(s.rec.ucIsResponse, 1);
     EXPECT_EQ(s.rec.uiMsgSeq, 77u);
-    EXPECT_EQ(s.rec.iDomainId, 4400);
+    EXPECT_EQ(s.rec.iDomainId, norla::kDoorLockDomainId);
     EXPECT_EQ(s.rec.iCmdId, 0x1234);
     EXPECT_EQ(s.version, std::string(31, 'v'));
     EXPECT_TRUE(HasLog(1, "Send:0x1234"));

@@ -19,9 +19,16 @@ namespace {
 // No operation comes near this; reaching it means the loop cannot end.
 constexpr long kMaxAllocations = 400;
 constexpr size_t kLogShown = 2000;
-// 0x1004 and 0x18004 carry 4 in their low 12 bits; 0x18001..0x18005 are the
-// refusals some commands pass on under codes of their own.
-constexpr int kCodes[] = {1, -1, 0x1004, 0x18001, 0x18002, 0x18003, 0x18004, 0x18005};
+// 0x1004 and the users-full refusal carry 4 in their low 12 bits; the named
+// refusals are the ones some commands pass on under codes of their own.
+constexpr int kCodes[] = {1,
+                          -1,
+                          0x1004,
+                          OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_FULL,
+                          OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_UNKNOWN,
+                          OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_LIMIT,
+                          OQDEVSDK_DOORLOCK_DEV_ERR_USERS_FULL,
+                          OQDEVSDK_DOORLOCK_DEV_ERR_USER_UNKNOWN};
 
 bool Listed(const std::vector<int> &results, int result) {
     return std::find(results.begin(), results.end(), result) != results.end();
@@ -88,7 +95,7 @@ void CheckAnswer(const Operation &op, const Outcome &clean, const Outcome &out) 
     }
     // Memory that runs out while a request is parsed makes it unreadable.
     EXPECT_TRUE(Listed(op.results, out.iResult) ||
-                (op.eKind == kCommand && out.iResult == kResultBadRequest))
+                (op.eKind == kCommand && out.iResult == norla::kResultBadRequest))
         << "result " << out.iResult;
     if (op.eKind == kStatus && out.iResult == 0 && out.sent.empty()) {
         // Only the face unlock report gives up quietly on its JSON.
@@ -232,7 +239,7 @@ TEST_P(RequestPartsLoop, AnyMissingPartIsAnsweredAsTheContractSays) {
         Prepare();
         const Outcome out = Run(false, text.c_str());
         EXPECT_TRUE(out.bHeaderOk);
-        EXPECT_TRUE(Listed(op.results, out.iResult) || out.iResult == kResultBadRequest)
+        EXPECT_TRUE(Listed(op.results, out.iResult) || out.iResult == norla::kResultBadRequest)
             << "result " << out.iResult;
         ExpectRecovered(cleanAgain);
     }

@@ -8,6 +8,7 @@
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_sim.h"
 #include "support/fake_device.h"
+#include "vocabulary.h"
 
 namespace robust {
 namespace {
@@ -128,7 +129,9 @@ int StartModule() {
 
 // Device refusals that some commands pass on under codes of their own.
 DevExpect SetUserRefused(const DevCall &call, int code) {
-    const int result = code == 0x18004 ? 0x182007 : (code == 0x18005 ? 0x182008 : 4);
+    const int result = code == OQDEVSDK_DOORLOCK_DEV_ERR_USERS_FULL     ? norla::kResultUsersFull
+                       : code == OQDEVSDK_DOORLOCK_DEV_ERR_USER_UNKNOWN ? norla::kResultUserUnknown
+                                                                        : norla::kResultRefused;
     return call.bToDevice ? DevExpect{result, {"Failed to set user info of door lock.\n"}}
                           : DevExpect{0, {"Failed to get user info.\n"}};
 }
@@ -137,7 +140,12 @@ DevExpect SnapRefused(const DevCall &, int code) {
     char line[96];
     std::snprintf(line, sizeof line, "Failed to set snap password, Result:%#x\n",
                   static_cast<unsigned int>(code));
-    return {code >= 0x18001 && code <= 0x18003 ? code - 0x18001 + 0x183001 : 4, {line}};
+    const int result = code == OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_FULL ? norla::kResultSnapFull
+                       : code == OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_UNKNOWN
+                           ? norla::kResultSnapUnknown
+                       : code == OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_LIMIT ? norla::kResultSnapLimit
+                                                                          : norla::kResultRefused;
+    return {result, {line}};
 }
 
 DevExpect DevicePlanRefused(const DevCall &call, int) {
@@ -190,49 +198,49 @@ const char kUserTableOom[] = "Failed to malloc mem, size=132004.\n";
 const std::vector<Operation> &Operations() {
     static const std::vector<Operation> kOps = {
         {"Init", kInit, 0, {0, 1}, kNoCalls, {}, nullptr},
-        {"SetSwitch", kCommand, 18699, kSet, {4, {"Failed to set switch of door open remind.\n"}},
+        {"SetSwitch", kCommand, norla::kCmdSetSwitch, kSet, {4, {"Failed to set switch of door open remind.\n"}},
          {}, R"(<Request><Switch Type="452" Enable="1" Channel="1"/></Request>)"},
-        {"SetBellTone", kCommand, 18829, kSet,
+        {"SetBellTone", kCommand, norla::kCmdSetKeyValue, kSet,
          {4, {"Failed to set key value, key=doorBellTone, value=5\n"}},
          {}, R"(<Request><Type>doorBellTone</Type><Value>5</Value></Request>)"},
-        {"SetFaceUnlock", kCommand, 18829, kSet, {4, {kFaceUnlockLog}}, {}, kSetFaceUnlock},
-        {"SetUser", kCommand, 18857, {0, 3, 4, 0x182007, 0x182008}, {},
+        {"SetFaceUnlock", kCommand, norla::kCmdSetKeyValue, kSet, {4, {kFaceUnlockLog}}, {}, kSetFaceUnlock},
+        {"SetUser", kCommand, norla::kCmdSetUserInfo, {0, 3, 4, norla::kResultUsersFull, norla::kResultUserUnknown}, {},
          {{"Failed to malloc mem, size=340.\n", 4}, {kUserTableOom, 0}}, kSetUser, &SetUserRefused},
-        {"QueryUsers", kCommand, 20160, kQuery, {4, {"Failed to get user info.\n"}},
+        {"QueryUsers", kCommand, norla::kCmdQueryUserInfo, kQuery, {4, {"Failed to get user info.\n"}},
          {{kUserTableOom, 4}}, "<Request/>"},
-        {"SetSnapPassword", kCommand, 18859, {0, 3, 4, 0x183001, 0x183002, 0x183003}, {},
+        {"SetSnapPassword", kCommand, norla::kCmdSetSnapPwd, {0, 3, 4, norla::kResultSnapFull, norla::kResultSnapUnknown, norla::kResultSnapLimit}, {},
          {{"Failed to malloc mem, size=100.\n", 4}}, kSetSnap, &SnapRefused},
-        {"QuerySnapPasswords", kCommand, 18861, kQuery,
+        {"QuerySnapPasswords", kCommand, norla::kCmdQuerySnapPwds, kQuery,
          {4, {"Failed to get snap password info.\n"}},
          {{"Failed to malloc mem, size=256.\n", 4}}, "<Request/>"},
-        {"SetAlarmPlan", kCommand, 18855, {0, 3, 4}, {4, {"Failed to set NotBackAlarm plan.\n"}},
+        {"SetAlarmPlan", kCommand, norla::kCmdSetAlarmPlan, {0, 3, 4}, {4, {"Failed to set NotBackAlarm plan.\n"}},
          {{"Failed to malloc mem, size=34076.\n", 4}}, kSetAlarmPlan},
-        {"QueryAlarmPlans", kCommand, 18853, kQuery,
+        {"QueryAlarmPlans", kCommand, norla::kCmdQueryAlarmPlans, kQuery,
          {4, {"Failed to get NotBackAlarmPlans info.\n"}},
          {{"Failed to malloc mem, size=272580.\n", 4}}, "<Request/>"},
-        {"VerifyUser", kCommand, 18849, {0, 3, 4, 0x180003, 0x180004},
+        {"VerifyUser", kCommand, norla::kCmdTriggerUserVerify, {0, 3, 4, norla::kResultVerifyFailed, norla::kResultVerifyOther},
          {4, {"Failed to trigger user verify.\n"}}, {},
          "<Request><UserID>u42</UserID><Timeout>30</Timeout></Request>"},
-        {"SetDevicePlan", kCommand, 18731, {0, 4, 131}, {}, {}, kSetDevicePlan, &DevicePlanRefused},
-        {"UnparsableRequest", kCommand, 18699, {3}, kNoCalls, {}, "<Request><Switch"},
-        {"SystemConfigAnswer", kAnswer, 10376, {0, -1}, {-1, {"Failed to set dlpower.\n",
+        {"SetDevicePlan", kCommand, norla::kCmdSetDevPlan, {0, 4, 131}, {}, {}, kSetDevicePlan, &DevicePlanRefused},
+        {"UnparsableRequest", kCommand, norla::kCmdSetSwitch, {3}, kNoCalls, {}, "<Request><Switch"},
+        {"SystemConfigAnswer", kAnswer, norla::kCmdSystemConfigRsp, {0, -1}, {-1, {"Failed to set dlpower.\n",
          "Failed to set DLPower.\n", "Result is -1, by Cmdid[0x2888].\n"}}, {}, kSysCfgAnswer},
         {"SystemConfigJob", kJob, 0, {0}, kNoCalls, {}, nullptr},
         // A switch that cannot be read keeps its cache; the others still change.
-        {"SwitchStatus", kStatus, 66, kItem, {1, {}}, {}, nullptr},
-        {"FingerStoreStatus", kStatus, 67, kItem, {0, {"Failed to get door finger store info.\n"}}},
-        {"BellToneStatus", kStatus, 68, kItem, {0, {"Failed to get door bell tone info.\n"}}},
-        {"PromptToneStatus", kStatus, 69, kItem, {0, {"Failed to get door prompt tone info.\n"}}},
-        {"PowerStatus", kStatus, 73, kItem, {0, {"Failed to get mul poser status.\n"}},
+        {"SwitchStatus", kStatus, norla::kStatusSwitches, kItem, {1, {}}, {}, nullptr},
+        {"FingerStoreStatus", kStatus, norla::kStatusFingerStore, kItem, {0, {"Failed to get door finger store info.\n"}}},
+        {"BellToneStatus", kStatus, norla::kStatusBellTone, kItem, {0, {"Failed to get door bell tone info.\n"}}},
+        {"PromptToneStatus", kStatus, norla::kStatusPromptTone, kItem, {0, {"Failed to get door prompt tone info.\n"}}},
+        {"PowerStatus", kStatus, norla::kStatusPower, kItem, {0, {"Failed to get mul poser status.\n"}},
          {{"Failed to malloc mem, size=180.\n", 0}}},
         // This one line ends in a blank after its newline.
-        {"LockStatus", kStatus, 70, kItem, {0, {"Failed to get door lock status info.\n "}}},
-        {"UnlockEvents", kStatus, 71, kItem, {0, {"Failed to get unlock event records info.\n"}},
+        {"LockStatus", kStatus, norla::kStatusLockStatus, kItem, {0, {"Failed to get door lock status info.\n "}}},
+        {"UnlockEvents", kStatus, norla::kStatusUnlockEvents, kItem, {0, {"Failed to get unlock event records info.\n"}},
          {{"Failed to malloc mem, size=7204\n", 0}}},
-        {"UserInfoStatus", kStatus, 72, kItem, {0, {"Failed to get user info.\n"}},
+        {"UserInfoStatus", kStatus, norla::kStatusUserInfo, kItem, {0, {"Failed to get user info.\n"}},
          {{kUserTableOom, 0}}},
-        {"FaceUnlockStatus", kStatus, 97, kItem, {}, {}, nullptr, &FaceItemRefused},
-        {"FacePlanStatus", kStatus, 121, kItem, {}, {}, nullptr, &FaceItemRefused},
+        {"FaceUnlockStatus", kStatus, norla::kStatusFaceUnlock, kItem, {}, {}, nullptr, &FaceItemRefused},
+        {"FacePlanStatus", kStatus, norla::kStatusAutoFacePlan, kItem, {}, {}, nullptr, &FaceItemRefused},
     };
     return kOps;
 }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace robust {
 
@@ -27,7 +28,6 @@ enum Kind {
 constexpr int kNothingSent = -100000;  // a command that sent no response
 constexpr int kNotReported = -100001;  // a status item whose change check found nothing
 constexpr int kNoDeviceCalls = -100002;
-constexpr int kResultBadRequest = 3;  // any request that cannot be read
 
 // One call into the device application, as the module made it.
 struct DevCall {

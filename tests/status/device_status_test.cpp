@@ -10,6 +10,7 @@
 #include "status/items.h"
 #include "status/reports.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
 
@@ -148,14 +149,14 @@ TEST_F(DeviceStatusTest, SetsThenPoll) {
     }
     Poll(0);
     const int switches = norla::kCmdReportSwitches;
-    ASSERT_EQ(ResultOf(Request(18699, 5,
+    ASSERT_EQ(ResultOf(Request(norla::kCmdSetSwitch, 5,
                                R"(<Request><Switch Type="454" Enable="1" Channel="2"/>)"
                                "</Request>")),
               0);
     EXPECT_EQ(Poll(switches), std::vector<std::string>{Switches({0, 0, 0, 0, 1, 0, 0, 0})});
     EXPECT_TRUE(Poll(switches).empty()) << "switches are reported on change only";
     Device().runtime.erase(kSwitchKey + 4);
-    ASSERT_EQ(ResultOf(Request(18699, 6,
+    ASSERT_EQ(ResultOf(Request(norla::kCmdSetSwitch, 6,
                                R"(<Request><Switch Type="30" Enable="1" Channel="0"/>)"
                                "</Request>")),
               0);
@@ -170,7 +171,7 @@ TEST_F(DeviceStatusTest, SetsThenPoll) {
          R"(doorFaceUnlock:{"unlock_type":3,"unlock_sensitivity":60})"},
     };
     for (const auto &k : keys) {
-        ASSERT_EQ(ResultOf(Request(18829, 6,
+        ASSERT_EQ(ResultOf(Request(norla::kCmdSetKeyValue, 6,
                                    std::string("<Request><Type>") + k[0] + "</Type><Value>" + k[1] +
                                        "</Value></Request>")),
                   0);
@@ -337,7 +338,8 @@ TEST_F(DeviceStatusTest, ReportedFacePlanSetsTheSamePlan) {
         Plan lock = MakePlan(1 - c.plan.iEnable, true);
         lock.astDay[2][2] = {1, 2};
         Device().SetRuntime(kPlanCode, lock);
-        ASSERT_EQ(ResultOf(Request(18731, 9, "<Request>" + params + "</Request>")), 0);
+        ASSERT_EQ(ResultOf(Request(norla::kCmdSetDevPlan, 9, "<Request>" + params + "</Request>")),
+                  0);
         Plan set = Device().LastReceived<Plan>(OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN);
         EXPECT_EQ(set.iEnable, c.set.iEnable);
         EXPECT_EQ(std::memcmp(set.astDay, c.set.astDay, sizeof set.astDay), 0);

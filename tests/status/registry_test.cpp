@@ -3,6 +3,7 @@
 
 #include "status/registry.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
 
@@ -11,7 +12,11 @@ using RegistryTest = dltest::ModuleTest;
 // Registered once, in a fixed order; unregistered in the same order, then the
 // state is cleared.
 TEST_F(RegistryTest, RegistersEachItemOnceAndUnregistersInTheSameOrder) {
-    const std::vector<int> order = {66, 67, 68, 69, 73, 70, 71, 72, 97, 121};
+    const std::vector<int> order = {norla::kStatusSwitches,     norla::kStatusFingerStore,
+                                    norla::kStatusBellTone,     norla::kStatusPromptTone,
+                                    norla::kStatusPower,        norla::kStatusLockStatus,
+                                    norla::kStatusUnlockEvents, norla::kStatusUserInfo,
+                                    norla::kStatusFaceUnlock,   norla::kStatusAutoFacePlan};
     norla::DoorLock_Func_Fint();
     EXPECT_TRUE(HasLog(2, "Door lock func module has not been inited."));
     EXPECT_TRUE(oqsim::status_ops().empty());

@@ -10,6 +10,7 @@
 #include "status/items.h"
 #include "status/reports.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
 

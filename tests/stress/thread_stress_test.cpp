@@ -15,6 +15,7 @@
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_sim.h"
 #include "support/fixture.h"
+#include "vocabulary.h"
 
 namespace {
 
@@ -36,19 +37,21 @@ struct StreamRequest {
     const char *body;
 };
 const StreamRequest kStream[] = {
-    {18699, R"(<Request><Switch Type="452" Enable="1" Channel="1"/></Request>)"},
-    {18829, R"(<Request><Type>doorBellTone</Type><Value>3</Value></Request>)"},
-    {18829, R"(<Request><Type>doorFaceUnlock</Type>)"
-            R"(<Value>{"unlock_type":1,"unlock_sensitivity":2}</Value></Request>)"},
-    {20160, "<Request/>"},
-    {18861, "<Request/>"},
-    {18853, "<Request/>"},
-    {18849, "<Request><UserID>alice</UserID><Timeout>5</Timeout></Request>"},
-    {18731, R"(<Request><Enable>1</Enable><Actor Channel="1" PlanType="19"/>)"
-            R"(<Date Weekday="2"><Plan B="07:30" E="08:30"/></Date></Request>)"},
-    {18859, R"(<Request><OptType Type="0"/><Info><User Name="courier"/><Expire Begin="2023-11-14 )"
-            R"(00:00:00" End="2023-11-16 00:00:00"/><Limit Num="2"/></Info></Request>)"},
-    {18857, "not xml at all"},
+    {norla::kCmdSetSwitch, R"(<Request><Switch Type="452" Enable="1" Channel="1"/></Request>)"},
+    {norla::kCmdSetKeyValue, R"(<Request><Type>doorBellTone</Type><Value>3</Value></Request>)"},
+    {norla::kCmdSetKeyValue,
+     R"(<Request><Type>doorFaceUnlock</Type>)"
+     R"(<Value>{"unlock_type":1,"unlock_sensitivity":2}</Value></Request>)"},
+    {norla::kCmdQueryUserInfo, "<Request/>"},
+    {norla::kCmdQuerySnapPwds, "<Request/>"},
+    {norla::kCmdQueryAlarmPlans, "<Request/>"},
+    {norla::kCmdTriggerUserVerify, "<Request><UserID>alice</UserID><Timeout>5</Timeout></Request>"},
+    {norla::kCmdSetDevPlan, R"(<Request><Enable>1</Enable><Actor Channel="1" PlanType="19"/>)"
+                            R"(<Date Weekday="2"><Plan B="07:30" E="08:30"/></Date></Request>)"},
+    {norla::kCmdSetSnapPwd,
+     R"(<Request><OptType Type="0"/><Info><User Name="courier"/><Expire Begin="2023-11-14 )"
+     R"(00:00:00" End="2023-11-16 00:00:00"/><Limit Num="2"/></Info></Request>)"},
+    {norla::kCmdSetUserInfo, "not xml at all"},
 };
 constexpr size_t kStreamSize = sizeof kStream / sizeof kStream[0];
 
@@ -124,7 +127,7 @@ TEST_F(ThreadStress, EveryRequestIsAnsweredOnceAndSequenceNumbersStayUnique) {
         const uint32_t seq = sent.rec.uiMsgSeq;
         if (sent.rec.ucIsResponse == 0) {
             EXPECT_TRUE(started.insert(seq).second) << "sequence number " << seq << " reused";
-            lockReports += sent.rec.iCmdId == 14736 ? 1 : 0;
+            lockReports += sent.rec.iCmdId == norla::kCmdReportLockStatus ? 1 : 0;
             continue;
         }
         ASSERT_TRUE(seq >= kFirstSeq && seq < kFirstSeq + kRequests) << "unknown request " << seq;

@@ -1,7 +1,7 @@
 // Writes the tables of docs/integration.md that come from the public header
-// (the type codes of both directions, the limits, every record's layout)
-// between the guide's markers "<!-- generated:NAME -->" and
-// "<!-- end:NAME -->".
+// and the device-record table (the type codes of both directions, the limits,
+// every record's layout) between the guide's markers "<!-- generated:NAME -->"
+// and "<!-- end:NAME -->".
 //   doc-tables GUIDE          rewrites the tables in GUIDE
 //   doc-tables --check GUIDE  exits 1 when GUIDE's tables are not current
 #include <cstdarg>
@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "device_records.h"
 #include "oqDevSDK_door_lock.h"
 
 namespace {
@@ -31,13 +32,6 @@ struct Record {
     std::vector<Field> fields;
 };
 
-struct TypeCode {
-    int code;
-    unsigned len;
-    const char *record;
-    const char *what;
-};
-
 struct Limit {
     const char *name;
     long value;
@@ -48,58 +42,6 @@ struct Limit {
     Field {                                                             \
 #m, offsetof(S, m), sizeof(static_cast <S *>(nullptr)->m), type \
     }
-
-const TypeCode kToDevice[] = {
-    {OQDEVSDK_DOORLOCK_TO_DEV_SWITCH, OQDEVSDK_DOORLOCK_TO_DEV_SWITCH_LEN,
-     "oqDevSDK_DoorLock_SwitchCfg_S", "set one door open remind switch"},
-    {OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE, OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE_LEN, "int32_t",
-     "set \"doorFingerStore\""},
-    {OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE, OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE_LEN, "int32_t",
-     "set \"doorBellTone\""},
-    {OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE, OQDEVSDK_DOORLOCK_TO_DEV_PROMPT_TONE_LEN, "int32_t",
-     "set \"doorPromptTone\""},
-    {OQDEVSDK_DOORLOCK_TO_DEV_SET_USER, OQDEVSDK_DOORLOCK_TO_DEV_SET_USER_LEN,
-     "oqDevSDK_DoorLock_SetUserCfg_S", "add, change or delete one user"},
-    {OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN, OQDEVSDK_DOORLOCK_TO_DEV_SET_ALARM_PLAN_LEN,
-     "oqDevSDK_DoorLock_SetAlarmPlan_S", "create, change or delete one not-back alarm plan"},
-    {OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD, OQDEVSDK_DOORLOCK_TO_DEV_SET_SNAP_PWD_LEN,
-     "oqDevSDK_DoorLock_SetSnapPwd_S", "create or delete one snap password (outputs)"},
-    {OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER, OQDEVSDK_DOORLOCK_TO_DEV_DL_POWER_LEN,
-     "oqDevSDK_DoorLock_DLPower_S", "low-battery threshold from the platform"},
-    {OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY, OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY_LEN,
-     "oqDevSDK_DoorLock_UserVerify_S", "have a user verify themselves (output)"},
-    {OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK, OQDEVSDK_DOORLOCK_TO_DEV_FACE_UNLOCK_LEN,
-     "oqDevSDK_DoorLock_FaceUnlock_S", "set \"doorFaceUnlock\""},
-    {OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN, OQDEVSDK_DOORLOCK_TO_DEV_AUTO_FACE_PLAN_LEN,
-     "oqDevSDK_DoorLock_AutoFaceUnlockPlan_S", "set the auto face unlock plan"},
-};
-
-const TypeCode kFromDevice[] = {
-    {OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH, OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH_LEN,
-     "oqDevSDK_DoorLock_SwitchCfg_S", "one switch; the module sets iSwitchIndex"},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE, OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE_LEN,
-     "int32_t", "current \"doorFingerStore\""},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE, OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE_LEN, "int32_t",
-     "current \"doorBellTone\""},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE, OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE_LEN, "int32_t",
-     "current \"doorPromptTone\""},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS, OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS_LEN,
-     "oqDevSDK_DoorLock_LockStatus_S", "door, bolt and signal"},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS, OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN,
-     "oqDevSDK_DoorLock_UnlockEvtRecList_S", "unlock events not yet handed, oldest first"},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO, OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,
-     "oqDevSDK_DoorLock_UserInfo_S", "the whole user table"},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS, OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN,
-     "oqDevSDK_DoorLock_AlarmPlanList_S", "all not-back alarm plans"},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS, OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS_LEN,
-     "oqDevSDK_DoorLock_SnapPwdList_S", "the snap passwords"},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS, OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS_LEN,
-     "oqDevSDK_DoorLock_PowerStatus_S", "power sources"},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK, OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK_LEN,
-     "oqDevSDK_DoorLock_FaceUnlock_S", "current \"doorFaceUnlock\""},
-    {OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN, OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN,
-     "oqDevSDK_DoorLock_AutoFaceUnlockPlan_S", "the auto face unlock plan"},
-};
 
 const Limit kLimits[] = {
     {"OQDEVSDK_DOORLOCK_SWITCH_NUM", OQDEVSDK_DOORLOCK_SWITCH_NUM, "door open remind switches"},
@@ -307,11 +249,13 @@ std::string Format(const char *fmt, ...) {
     return text;
 }
 
-std::string TypeCodes(const TypeCode *codes, size_t n) {
+std::string TypeCodes(norla::DevDir dir) {
     std::string out = "| Type | Record | Bytes | Carries |\n|---:|---|---:|---|\n";
-    for (size_t i = 0; i < n; ++i) {
-        out += Format("| %d | `%s` | %u | %s |\n", codes[i].code, codes[i].record, codes[i].len,
-                      codes[i].what);
+    for (const norla::DeviceRecordInfo &info : norla::kDeviceRecords) {
+        if (info.eDir == dir) {
+            out += Format("| %d | `%s` | %u | %s |\n", info.iType, info.pszRecord, info.uiLen,
+                          info.pszWhat);
+        }
     }
     return out;
 }
@@ -381,8 +325,8 @@ int main(int argc, char **argv) {
     }
     const char *path = argv[argc - 1];
     std::map<std::string, std::string> tables;
-    tables["to-device"] = TypeCodes(kToDevice, sizeof kToDevice / sizeof kToDevice[0]);
-    tables["from-device"] = TypeCodes(kFromDevice, sizeof kFromDevice / sizeof kFromDevice[0]);
+    tables["to-device"] = TypeCodes(norla::DevDir::kToDevice);
+    tables["from-device"] = TypeCodes(norla::DevDir::kFromDevice);
     tables["limits"] = Limits();
     if (!RecordLayouts(&tables["records"])) {
         return 1;
