@@ -12,6 +12,7 @@
 #include "oqdev_sim.h"
 #include "oqdev_status_report.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace bench {
 namespace {
@@ -94,35 +95,40 @@ std::function<void(uint32_t)> Alternating(std::function<void()> poll) {
 
 std::vector<Case> MakeCases() {
     std::vector<Case> cases;
-    cases.push_back(Request("set_switch", 18699, SetSwitchRequest(), Nothing, FloorSetSwitch, 0));
-    cases.push_back(
-        Request("set_key_value/tone", 18829, SetBellToneRequest(), Nothing, nullptr, 0));
-    cases.push_back(
-        Request("set_key_value/face", 18829, SetFaceUnlockRequest(), Nothing, nullptr, 0));
-    cases.push_back(Request("set_user/50", 18857, SetUserRequest(), Users(50), nullptr,
-                            kSetUserLen + kUserTableLen));
+    cases.push_back(Request("set_switch", norla::kCmdSetSwitch, SetSwitchRequest(), Nothing,
+                            FloorSetSwitch, 0));
+    cases.push_back(Request("set_key_value/tone", norla::kCmdSetKeyValue, SetBellToneRequest(),
+                            Nothing, nullptr, 0));
+    cases.push_back(Request("set_key_value/face", norla::kCmdSetKeyValue, SetFaceUnlockRequest(),
+                            Nothing, nullptr, 0));
+    cases.push_back(Request("set_user/50", norla::kCmdSetUserInfo, SetUserRequest(), Users(50),
+                            nullptr, kSetUserLen + kUserTableLen));
     for (int users : {0, 50, kMaxUsers}) {
-        cases.push_back(Request("query_users/" + std::to_string(users), 20160, EmptyRequest(),
-                                Users(users), users == kMaxUsers ? FloorQueryUsers : nullptr,
-                                kUserTableLen));
+        cases.push_back(Request("query_users/" + std::to_string(users), norla::kCmdQueryUserInfo,
+                                EmptyRequest(), Users(users),
+                                users == kMaxUsers ? FloorQueryUsers : nullptr, kUserTableLen));
     }
-    cases.push_back(
-        Request("set_snap_pwd", 18859, SetSnapPwdRequest(), Nothing, nullptr, kSnapPwdLen));
-    cases.push_back(
-        Request("query_snap_pwds", 18861, EmptyRequest(), Nothing, nullptr, kSnapPwdsLen));
+    cases.push_back(Request("set_snap_pwd", norla::kCmdSetSnapPwd, SetSnapPwdRequest(), Nothing,
+                            nullptr, kSnapPwdLen));
+    cases.push_back(Request("query_snap_pwds", norla::kCmdQuerySnapPwds, EmptyRequest(), Nothing,
+                            nullptr, kSnapPwdsLen));
     for (int users : {kSmallPlanUsers, kMaxUsers}) {
-        cases.push_back(Request("set_alarm_plan/" + std::to_string(users), 18855,
+        cases.push_back(Request("set_alarm_plan/" + std::to_string(users), norla::kCmdSetAlarmPlan,
                                 SetAlarmPlanRequest(users), Nothing, nullptr, kAlarmPlanLen));
     }
     for (int plans : {1, OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS}) {
-        cases.push_back(Request(
-            "query_alarm_plans/" + std::to_string(plans), 18853, EmptyRequest(), Plans(plans),
-            plans == OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS ? FloorQueryAlarmPlans : nullptr,
-            kAlarmPlansLen));
+        cases.push_back(
+            Request("query_alarm_plans/" + std::to_string(plans), norla::kCmdQueryAlarmPlans,
+                    EmptyRequest(), Plans(plans),
+                    plans == OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS ? FloorQueryAlarmPlans : nullptr,
+                    kAlarmPlansLen));
     }
-    cases.push_back(Request("trigger_verify", 18849, TriggerVerifyRequest(), Nothing, nullptr, 0));
-    cases.push_back(Request("set_dev_plan", 18731, SetDevPlanRequest(), Nothing, nullptr, 0));
-    cases.push_back(Request("system_config", 10376, SystemConfigAnswer(), Nothing, nullptr, 0));
+    cases.push_back(Request("trigger_verify", norla::kCmdTriggerUserVerify, TriggerVerifyRequest(),
+                            Nothing, nullptr, 0));
+    cases.push_back(
+        Request("set_dev_plan", norla::kCmdSetDevPlan, SetDevPlanRequest(), Nothing, nullptr, 0));
+    cases.push_back(Request("system_config", norla::kCmdSystemConfigRsp, SystemConfigAnswer(),
+                            Nothing, nullptr, 0));
 
     cases.push_back(Case{"user_info_report/500",
                          [] {

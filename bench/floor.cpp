@@ -9,13 +9,12 @@
 
 #include "lock_data.h"
 #include "oqdev_kernel.h"
+#include "vocabulary.h"
 
 namespace bench {
 namespace {
 
 const char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-const char kVersion[] = "v1.0.0";
-constexpr int kDomainId = 4400;
 constexpr int kDecimal = 10;
 constexpr int kTmYearBase = 1900;
 constexpr std::size_t kDateLen = 64;
@@ -47,9 +46,9 @@ void Send(const pugi::xml_document &doc, int cmd, bool response, uint32_t seq) {
     rec.uiMsgSeq = seq;
     rec.pBody = text.c_str();
     rec.uiBodyLen = static_cast<uint32_t>(text.size());
-    rec.iDomainId = kDomainId;
+    rec.iDomainId = norla::kDoorLockDomainId;
     rec.iCmdId = cmd;
-    std::memcpy(rec.szVersion, kVersion, sizeof kVersion);
+    std::strncpy(rec.szVersion, norla::kDoorLockVersion, sizeof rec.szVersion - 1);
     oqdev_sdk_kernel_send(&rec);
 }
 
@@ -207,23 +206,27 @@ void FloorSetSwitch(const std::string &body, uint32_t seq) {
     const long type = Attr(node, "Type");
     oqDevSDK_DoorLock_SwitchCfg_S rec;
     std::memset(&rec, 0, sizeof rec);
-    rec.iSwitchIndex = type == 452 ? 2 : 0;
+    rec.iSwitchIndex = norla::SwitchIndexOfType(static_cast<int>(type));
     rec.iEnable = static_cast<int32_t>(Attr(node, "Enable"));
     rec.iChannel = static_cast<int32_t>(Attr(node, "Channel"));
     pugi::xml_document rsp;
-    Respond(rsp, ToDevice(OQDEVSDK_DOORLOCK_TO_DEV_SWITCH, &rec, sizeof rec) == 0 ? 0 : 4);
-    Send(rsp, 18700, true, seq);
+    Respond(rsp, ToDevice(OQDEVSDK_DOORLOCK_TO_DEV_SWITCH, &rec, sizeof rec) == 0
+                     ? norla::kResultOk
+                     : norla::kResultRefused);
+    Send(rsp, norla::ResponseOf(norla::kCmdSetSwitch), true, seq);
 }
 
 void FloorQueryUsers(const std::string &body, uint32_t seq) {
     pugi::xml_document req;
     ParseRequest(req, body);
     pugi::xml_document rsp;
-    pugi::xml_node root = Respond(rsp, 0);
-    root.append_child("DevSerial").text().set(oqdev_sdk_kernel_getdevinfo_bykey("dev_subserial"));
+    pugi::xml_node root = Respond(rsp, norla::kResultOk);
+    root.append_child("DevSerial")
+        .text()
+        .set(oqdev_sdk_kernel_getdevinfo_bykey(norla::kDevSerialKey));
     auto table = FetchBlock<oqDevSDK_DoorLock_UserInfo_S>(OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO);
     AddUsers(root, *table);
-    Send(rsp, 20161, true, seq);
+    Send(rsp, norla::ResponseOf(norla::kCmdQueryUserInfo), true, seq);
 }
 
 void FloorQueryAlarmPlans(const std::string &body, uint32_t seq) {
@@ -232,20 +235,22 @@ void FloorQueryAlarmPlans(const std::string &body, uint32_t seq) {
     auto list =
         FetchBlock<oqDevSDK_DoorLock_AlarmPlanList_S>(OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS);
     pugi::xml_document rsp;
-    pugi::xml_node root = Respond(rsp, 0);
+    pugi::xml_node root = Respond(rsp, norla::kResultOk);
     for (unsigned p = 0; p < list->usCount && p < OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS; ++p) {
         AddPlan(root, list->astPlan[p]);
     }
-    Send(rsp, 18854, true, seq);
+    Send(rsp, norla::ResponseOf(norla::kCmdQueryAlarmPlans), true, seq);
 }
 
 void FloorUserInfoReport(const oqDevSDK_DoorLock_UserInfo_S &table, uint32_t seq) {
     pugi::xml_document doc;
     pugi::xml_node root = doc.append_child("Request");
-    root.append_child("DevSerial").text().set(oqdev_sdk_kernel_getdevinfo_bykey("dev_subserial"));
+    root.append_child("DevSerial")
+        .text()
+        .set(oqdev_sdk_kernel_getdevinfo_bykey(norla::kDevSerialKey));
     root.append_child("Authorization");
     AddUsers(root, table);
-    Send(doc, 14740, false, seq);
+    Send(doc, norla::kCmdReportUserInfo, false, seq);
 }
 
 }  // namespace bench
