@@ -52,16 +52,19 @@ class Rules {
     }
     // A counted entry that holds nothing: the count claims more than the
     // lock has.
-    void NotEmpty(const void *entry, size_t len, const char *count, const std::string &field) {
-        if (AllZero(entry, len)) {
-            Note(std::string("empty ") + count,
-                 std::string(count) + " counts " + field + ", which is empty (all zero)");
+    // False for an empty entry, whose other rules then say nothing new.
+    bool NotEmpty(const void *entry, size_t len, const char *count, const std::string &field) {
+        if (!AllZero(entry, len)) {
+            return true;
         }
+        Note(std::string("empty ") + count,
+             std::string(count) + " counts " + field + ", which is empty (all zero)");
+        return false;
     }
     void Unique(std::set<unsigned> *seen, unsigned index, const std::string &field) {
         if (!seen->insert(index).second) {
-            Note("unique " + Kind(field), field + " " + std::to_string(index) +
-                                              " is counted twice");
+            Note("unique " + Kind(field),
+                 field + " " + std::to_string(index) + " is counted twice");
         }
     }
     void Note(const std::string &kind, const std::string &text) {
@@ -101,7 +104,9 @@ void CheckUsers(Rules &r, const oqDevSDK_DoorLock_UserInfo_S &t) {
     std::set<unsigned> seen;
     for (size_t i = 0; i < n; ++i) {
         const oqDevSDK_DoorLock_User_S &u = t.astUser[i];
-        r.NotEmpty(&u, sizeof u, "usUserNum", Item("astUser", i, ""));
+        if (!r.NotEmpty(&u, sizeof u, "usUserNum", Item("astUser", i, ""))) {
+            continue;
+        }
         r.Unique(&seen, u.usIndex, Item("astUser", i, "usIndex"));
         r.Text(u.szName, Item("astUser", i, "szName"));
         r.Text(u.szRemarkName, Item("astUser", i, "szRemarkName"));
@@ -124,7 +129,9 @@ void CheckAlarmPlans(Rules &r, const oqDevSDK_DoorLock_AlarmPlanList_S &l) {
     std::set<unsigned> seen;
     for (size_t i = 0; i < n; ++i) {
         const oqDevSDK_DoorLock_AlarmPlanInfo_S &p = l.astPlan[i];
-        r.NotEmpty(&p, sizeof p, "usCount", Item("astPlan", i, ""));
+        if (!r.NotEmpty(&p, sizeof p, "usCount", Item("astPlan", i, ""))) {
+            continue;
+        }
         r.Unique(&seen, p.usIndex, Item("astPlan", i, "usIndex"));
         r.Count(Item("astPlan", i, "usDateNum"), p.usDateNum, kDates);
         r.Count(Item("astPlan", i, "usUserNum"), p.usUserNum, kUsers);
@@ -141,7 +148,9 @@ void CheckSnapPwds(Rules &r, const oqDevSDK_DoorLock_SnapPwdList_S &l) {
     std::set<unsigned> seen;
     for (size_t i = 0; i < n; ++i) {
         const oqDevSDK_DoorLock_SnapPwdInfo_S &e = l.astEntry[i];
-        r.NotEmpty(&e, sizeof e, "usCount", Item("astEntry", i, ""));
+        if (!r.NotEmpty(&e, sizeof e, "usCount", Item("astEntry", i, ""))) {
+            continue;
+        }
         r.Unique(&seen, e.usIndex, Item("astEntry", i, "usIndex"));
         if (e.usIndex >= OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS) {
             r.Note("slot", Item("astEntry", i, "usIndex") + " " + std::to_string(e.usIndex) +
@@ -155,7 +164,9 @@ void CheckSnapPwds(Rules &r, const oqDevSDK_DoorLock_SnapPwdList_S &l) {
 void CheckPower(Rules &r, const oqDevSDK_DoorLock_PowerStatus_S &p) {
     r.Count("usPowerNum", p.usPowerNum, OQDEVSDK_DOORLOCK_POWER_MAX);
     for (size_t i = 0; i < std::min<size_t>(p.usPowerNum, OQDEVSDK_DOORLOCK_POWER_MAX); ++i) {
-        r.NotEmpty(&p.stPower[i], sizeof p.stPower[i], "usPowerNum", Item("stPower", i, ""));
+        if (!r.NotEmpty(&p.stPower[i], sizeof p.stPower[i], "usPowerNum", Item("stPower", i, ""))) {
+            continue;
+        }
         r.Text(p.stPower[i].szSubSerial, Item("stPower", i, "szSubSerial"));
         r.Text(p.stPower[i].szDes, Item("stPower", i, "szDes"));
     }
@@ -164,7 +175,10 @@ void CheckPower(Rules &r, const oqDevSDK_DoorLock_PowerStatus_S &p) {
 void CheckUnlockEvents(Rules &r, const oqDevSDK_DoorLock_UnlockEvtRecList_S &l) {
     r.Count("usRecNum", l.usRecNum, OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS);
     for (size_t i = 0; i < std::min<size_t>(l.usRecNum, OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS); ++i) {
-        r.NotEmpty(&l.stRecord[i], sizeof l.stRecord[i], "usRecNum", Item("stRecord", i, ""));
+        if (!r.NotEmpty(&l.stRecord[i], sizeof l.stRecord[i], "usRecNum",
+                        Item("stRecord", i, ""))) {
+            continue;
+        }
         r.Text(l.stRecord[i].szUser, Item("stRecord", i, "szUser"));
     }
 }
@@ -220,8 +234,9 @@ bool ValidateRecord(Session &s, int fromType, const uint8_t *rec) {
 }
 
 milliseconds ExtraTime(int toType) {
-    return toType == OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY ? milliseconds{kVerifyTimeoutSeconds * 1000}
-                                                          : milliseconds{0};
+    return toType == OQDEVSDK_DOORLOCK_TO_DEV_USER_VERIFY
+               ? milliseconds{kVerifyTimeoutSeconds * 1000}
+               : milliseconds{0};
 }
 
 std::vector<uint8_t> SampleRecord(Session &s, int toType) {

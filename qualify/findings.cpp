@@ -144,7 +144,7 @@ bool Findings::WriteJson(const std::string &path, const std::string &library, lo
     cJSON_AddBoolToObject(doc, "strict", strict ? 1 : 0);
     const int status = ExitStatus(strict);
     cJSON_AddStringToObject(doc, "verdict",
-                            status == kExitConforms      ? "conforms"
+                            status == kExitConforms     ? "conforms"
                             : status == kExitNotChecked ? "not checked"
                                                         : "does not conform");
     cJSON_AddNumberToObject(doc, "exit_status", status);
@@ -176,7 +176,9 @@ bool Findings::WriteJson(const std::string &path, const std::string &library, lo
         cJSON *item = cJSON_CreateObject();
         cJSON_AddStringToObject(item, "name", u.name.c_str());
         cJSON_AddStringToObject(item, "status",
-                                !u.ran ? "not run" : u.notChecked.empty() ? "ran" : "partly");
+                                !u.ran                 ? "not run"
+                                : u.notChecked.empty() ? "ran"
+                                                       : "partly");
         cJSON *why = cJSON_AddArrayToObject(item, "not_checked");
         for (const std::string &w : u.notChecked) {
             cJSON_AddItemToArray(why, cJSON_CreateString(w.c_str()));

@@ -157,8 +157,7 @@ std::string CallName(Dir dir) {
 // tells about the device.
 std::string CrashText(int sig, uintptr_t addr, uintptr_t base, uint32_t len, Dir dir) {
     const std::string size = std::to_string(len) + "-byte record";
-    if ((sig == SIGSEGV || sig == SIGBUS) && addr >= base + len &&
-        addr < base + len + PageSize()) {
+    if ((sig == SIGSEGV || sig == SIGBUS) && addr >= base + len && addr < base + len + PageSize()) {
         return "wrote past the end of its " + size + " (fault at byte " +
                std::to_string(addr - base) + "); the call crashed";
     }
@@ -289,8 +288,8 @@ int Session::Get(int type, void *rec, uint32_t len) {
     std::memcpy(buffer.data(), rec, len);
     const int ret = Call(Dir::From, type, buffer.data(), len, 0, milliseconds{0});
     if (!buffer.FrontIntact()) {
-        Fail(Dir::From, type, "wrote before the start of its " + std::to_string(len) +
-                                  "-byte record");
+        Fail(Dir::From, type,
+             "wrote before the start of its " + std::to_string(len) + "-byte record");
     }
     std::memcpy(rec, buffer.data(), len);
     return ret;
@@ -301,8 +300,8 @@ int Session::Recv(int type, void *rec, uint32_t len, milliseconds extra) {
     std::memcpy(buffer.data(), rec, len);
     const int ret = Call(Dir::To, type, buffer.data(), len, 0, extra);
     if (!buffer.FrontIntact()) {
-        Fail(Dir::To, type, "wrote before the start of its " + std::to_string(len) +
-                                "-byte record");
+        Fail(Dir::To, type,
+             "wrote before the start of its " + std::to_string(len) + "-byte record");
     }
     std::memcpy(rec, buffer.data(), len);
     return ret;
@@ -481,12 +480,23 @@ Attempt RunOnce(const Unit &unit, const devlib::DeviceLibrary &library, const Op
         attempt.culprit = {dir, s.type};
         return attempt;
     }
-    const int slot = g_shared->faultSlot.load();
-    if (WIFSIGNALED(status) && slot >= 0 && slot < kSlots) {
+    int slot = g_shared->faultSlot.load();
+    for (int i = 0; i < kSlots && (slot < 0 || slot >= kSlots); ++i) {
+        slot = g_shared->slots[i].active.load() != 0 ? i : slot;
+    }
+    if (slot >= 0 && slot < kSlots) {
         const CallSlot &s = g_shared->slots[slot];
         const Dir dir = static_cast<Dir>(s.dir);
-        findings->Fail(dir, s.type, unit.name,
-                       CrashText(g_shared->faultSignal, g_shared->faultAddr, s.base, s.len, dir));
+        // A sanitizer in the device code, or an exit() there, ends the
+        // process without a fault of ours.
+        const std::string text =
+            g_shared->faultSlot.load() == slot
+                ? CrashText(g_shared->faultSignal, g_shared->faultAddr, s.base, s.len, dir)
+            : WIFSIGNALED(status)
+                ? "crashed with " + SignalName(WTERMSIG(status)) + " in " + CallName(dir)
+                : "ended the process (exit status " + std::to_string(WEXITSTATUS(status)) +
+                      ") in " + CallName(dir);
+        findings->Fail(dir, s.type, unit.name, text);
         attempt.retry = true;
         attempt.culprit = {dir, s.type};
         return attempt;

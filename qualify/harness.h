@@ -25,9 +25,9 @@ namespace qualify {
 using std::chrono::milliseconds;
 
 struct Options {
-    milliseconds bound{200};  // one call
-    milliseconds hang{5000};  // a call still running after this is taken as hung
-    bool interactive = false; // ask the tester for what the library cannot produce
+    milliseconds bound{OQDEVSDK_DOORLOCK_CALL_BUDGET_MS};  // one call
+    milliseconds hang{5000};   // a call still running after this is taken as hung
+    bool interactive = false;  // ask the tester for what the library cannot produce
 };
 
 // A record the device writes into or reads from, placed so that its last

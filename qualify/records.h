@@ -1,5 +1,5 @@
-// The device records as the qualification walks them: every type code of
-// both directions with its length and a name for the report.
+// The device records as the qualification walks them: the contract's table
+// of every type code of both directions, in its order.
 #ifndef DOORLOCK_QUALIFY_RECORDS_H
 #define DOORLOCK_QUALIFY_RECORDS_H
 
@@ -19,8 +19,8 @@ struct Record {
     uint32_t len;
     const char *name;
     // The module zero-fills the buffer before it asks for this record, so a
-    // lock may leave bytes it does not own alone. For the others every byte
-    // the lock leaves is whatever the module's buffer held before.
+    // lock may leave bytes alone; otherwise every byte the lock leaves is
+    // whatever the module's buffer held before.
     bool zeroed;
 };
 

@@ -130,8 +130,9 @@ void AlarmPlans(Session &s) {
         uint16_t count = 0;
         std::memcpy(&count, list.data(), sizeof count);
         if (count != 0) {
-            s.NotChecked("the lock holds not-back alarm plans of its own; the stopped poll "
-                         "needs an empty list");
+            s.NotChecked(
+                "the lock holds not-back alarm plans of its own; the stopped poll "
+                "needs an empty list");
             return;
         }
         std::vector<uint8_t> plan = BigPlan(s);

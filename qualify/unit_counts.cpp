@@ -90,9 +90,10 @@ void SnapRoundTrip(Session &s) {
     }
     auto listed = [&](const oqDevSDK_DoorLock_SnapPwdList_S &l) {
         const size_t n = std::min<size_t>(l.usCount, OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS);
-        return std::any_of(l.astEntry, l.astEntry + n, [&](const oqDevSDK_DoorLock_SnapPwdInfo_S &e) {
-            return e.usIndex == set.usIndex && BoundedText(e.szName) == kCheckName;
-        });
+        return std::any_of(
+            l.astEntry, l.astEntry + n, [&](const oqDevSDK_DoorLock_SnapPwdInfo_S &e) {
+                return e.usIndex == set.usIndex && BoundedText(e.szName) == kCheckName;
+            });
     };
     auto after = Fetch<oqDevSDK_DoorLock_SnapPwdList_S>(s, from, &ok);
     if (!ok) {
@@ -210,8 +211,9 @@ void UserDelete(Session &s) {
         return;
     }
     const size_t n = std::min<size_t>(after->usUserNum, OQDEVSDK_DOORLOCK_MAX_USERS);
-    const bool still = std::any_of(after->astUser, after->astUser + n,
-                                   [&](const oqDevSDK_DoorLock_User_S &u) { return u.usIndex == index; });
+    const bool still =
+        std::any_of(after->astUser, after->astUser + n,
+                    [&](const oqDevSDK_DoorLock_User_S &u) { return u.usIndex == index; });
     if (still || after->usUserNum + 1 != before->usUserNum) {
         s.Fail(Dir::From, from,
                "usUserNum went from " + std::to_string(before->usUserNum) + " to " +

@@ -60,8 +60,9 @@ void CheckRecord(Checker &c) {
             const size_t n = std::min<size_t>(Read<uint16_t>(c.rec, offsetof(Events, usRecNum)),
                                               OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS);
             for (size_t i = 0; i < n; ++i) {
-                c.Zero(offsetof(Events, stRecord) + i * sizeof(Event) + offsetof(Event, aucReserved),
-                       3, Item("stRecord", i, "aucReserved"));
+                c.Zero(
+                    offsetof(Events, stRecord) + i * sizeof(Event) + offsetof(Event, aucReserved),
+                    3, Item("stRecord", i, "aucReserved"));
             }
             break;
         }
@@ -72,11 +73,12 @@ void CheckRecord(Checker &c) {
             for (size_t i = 0; i < n; ++i) {
                 const size_t user = offsetof(Users, astUser) + i * sizeof(User);
                 c.Zero(user + offsetof(User, aucReserved), 2, Item("astUser", i, "aucReserved"));
-                const size_t dates = std::min<size_t>(
-                    Read<uint16_t>(c.rec, user + offsetof(User, usDateNum)),
-                    OQDEVSDK_DOORLOCK_MAX_USER_DATES);
+                const size_t dates =
+                    std::min<size_t>(Read<uint16_t>(c.rec, user + offsetof(User, usDateNum)),
+                                     OQDEVSDK_DOORLOCK_MAX_USER_DATES);
                 for (size_t d = 0; d < dates; ++d) {
-                    c.Zero(user + offsetof(User, astDate) + d * sizeof(oqDevSDK_DoorLock_UserDate_S) +
+                    c.Zero(user + offsetof(User, astDate) +
+                               d * sizeof(oqDevSDK_DoorLock_UserDate_S) +
                                offsetof(oqDevSDK_DoorLock_UserDate_S, aucReserved),
                            3, Item("astUser", i, "astDate[" + std::to_string(d) + "].aucReserved"));
                 }
@@ -88,8 +90,8 @@ void CheckRecord(Checker &c) {
             const size_t n = std::min<size_t>(Read<uint16_t>(c.rec, offsetof(Snaps, usCount)),
                                               OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS);
             for (size_t i = 0; i < n; ++i) {
-                c.Zero(offsetof(Snaps, astEntry) + i * sizeof(Snap) + offsetof(Snap, aucReserved), 2,
-                       Item("astEntry", i, "aucReserved"));
+                c.Zero(offsetof(Snaps, astEntry) + i * sizeof(Snap) + offsetof(Snap, aucReserved),
+                       2, Item("astEntry", i, "aucReserved"));
             }
             break;
         }
@@ -99,9 +101,9 @@ void CheckRecord(Checker &c) {
                                               OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS);
             for (size_t i = 0; i < n; ++i) {
                 const size_t plan = offsetof(Plans, astPlan) + i * sizeof(Plan);
-                const size_t users = std::min<size_t>(
-                    Read<uint16_t>(c.rec, plan + offsetof(Plan, usUserNum)),
-                    OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS);
+                const size_t users =
+                    std::min<size_t>(Read<uint16_t>(c.rec, plan + offsetof(Plan, usUserNum)),
+                                     OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS);
                 for (size_t u = 0; u < users; ++u) {
                     c.Zero(plan + offsetof(Plan, astUser) + u * sizeof(PlanUser) +
                                offsetof(PlanUser, aucReserved),

@@ -33,11 +33,12 @@ std::vector<Poll> PollAll(Session &s, bool stale) {
         if (r.dir != Dir::From || r.type == OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS) {
             continue;
         }
-        const int32_t switches = r.type == OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH ? OQDEVSDK_DOORLOCK_SWITCH_NUM : 1;
+        const int32_t switches =
+            r.type == OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH ? OQDEVSDK_DOORLOCK_SWITCH_NUM : 1;
         for (int32_t n = 0; n < switches; ++n) {
             s.Step([&] {
-                Poll p{r.type, n, std::vector<uint8_t>(r.len, stale && !r.zeroed ? kStaleByte : 0), 0,
-                       false};
+                Poll p{r.type, n, std::vector<uint8_t>(r.len, stale && !r.zeroed ? kStaleByte : 0),
+                       0, false};
                 if (r.type == OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH) {
                     std::memcpy(p.bytes.data(), &n, sizeof n);
                 }
@@ -68,8 +69,8 @@ void Compare(Session &s, const std::vector<Poll> &first, const std::vector<Poll>
                 continue;
             }
             const size_t at = FirstDifference(a.bytes.data(), b.bytes.data(), a.bytes.size());
-            if (at == a.bytes.size() ||
-                (a.type == OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS && SignalOnly(a.bytes, b.bytes))) {
+            if (at == a.bytes.size() || (a.type == OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS &&
+                                         SignalOnly(a.bytes, b.bytes))) {
                 continue;
             }
             std::string which = a.type == OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH
@@ -78,8 +79,8 @@ void Compare(Session &s, const std::vector<Poll> &first, const std::vector<Poll>
             char bytes[64];
             std::snprintf(bytes, sizeof bytes, "byte %zu went from 0x%02x to 0x%02x", at,
                           a.bytes[at], b.bytes[at]);
-            s.Fail(Dir::From, a.type, which + "changed " + when + " with nothing happening (" +
-                                          bytes + ")");
+            s.Fail(Dir::From, a.type,
+                   which + "changed " + when + " with nothing happening (" + bytes + ")");
         }
     }
 }

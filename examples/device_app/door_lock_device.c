@@ -320,9 +320,10 @@ static int ReceiveLocked(oqDevSDK_DoorLock_Msg_S *msg) {
             if (value == NULL) {
                 return LOCK_ERR_BAD_RECORD;
             }
-            int32_t *target = msg->iType == OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE ? &g_lock.finger_store
-                              : msg->iType == OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE  ? &g_lock.bell_tone
-                                                                                  : &g_lock.prompt_tone;
+            int32_t *target =
+                msg->iType == OQDEVSDK_DOORLOCK_TO_DEV_FINGER_STORE ? &g_lock.finger_store
+                : msg->iType == OQDEVSDK_DOORLOCK_TO_DEV_BELL_TONE  ? &g_lock.bell_tone
+                                                                    : &g_lock.prompt_tone;
             *target = *value;
             return 0;
         }
@@ -487,12 +488,12 @@ static int FillLocked(oqDevSDK_DoorLock_Msg_S *msg) {
 
 static uint32_t FromDeviceLength(int32_t type) {
     static const uint32_t kLength[] = {
-        OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH_LEN,       OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE_LEN,
-        OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE_LEN,    OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE_LEN,
-        OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS_LEN,  OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN,
-        OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,    OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN,
-        OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS_LEN,    OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS_LEN,
-        OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK_LEN,  OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN,
+        OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH_LEN,      OQDEVSDK_DOORLOCK_FROM_DEV_FINGER_STORE_LEN,
+        OQDEVSDK_DOORLOCK_FROM_DEV_BELL_TONE_LEN,   OQDEVSDK_DOORLOCK_FROM_DEV_PROMPT_TONE_LEN,
+        OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS_LEN, OQDEVSDK_DOORLOCK_FROM_DEV_UNLOCK_EVTS_LEN,
+        OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO_LEN,   OQDEVSDK_DOORLOCK_FROM_DEV_ALARM_PLANS_LEN,
+        OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS_LEN,   OQDEVSDK_DOORLOCK_FROM_DEV_POWER_STATUS_LEN,
+        OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK_LEN, OQDEVSDK_DOORLOCK_FROM_DEV_AUTO_FACE_PLAN_LEN,
     };
     return type >= 0 && (size_t)type < sizeof kLength / sizeof kLength[0] ? kLength[type] : 0;
 }
@@ -523,7 +524,8 @@ oqDevSDK_DoorLock_Callback_S oqDevSDK_DoorLock_DeviceCallbacks(void) {
 static int EventLocked(const oqDevSDK_DoorLock_DeviceEvent_S *ev) {
     switch (ev->iEvent) {
         case OQDEVSDK_DOORLOCK_DEVICE_EVT_UNLOCK: {
-            if (ev->iValue != OQDEVSDK_DOORLOCK_DEVICE_ANY && (ev->iValue < 0 || ev->iValue > 255)) {
+            if (ev->iValue != OQDEVSDK_DOORLOCK_DEVICE_ANY &&
+                (ev->iValue < 0 || ev->iValue > 255)) {
                 return LOCK_ERR_BAD_RECORD;
             }
             char user[OQDEVSDK_DOORLOCK_UNLOCK_USER_LEN];

@@ -49,7 +49,6 @@ void log_reset() noexcept;
 void clock_reset() noexcept;
 void observer_reset() noexcept;
 void live_reset() noexcept;
-void xml_reset() noexcept;
 
 }  // namespace detail
 }  // namespace oqsim

@@ -17,7 +17,7 @@
 #define DEFECT_COUNT_FEWER 9
 #define DEFECT_NO_TERMINATOR 10
 #define DEFECT_RESERVED_TIME 11
-#define DEFECT_FACE_STALE 12
+#define DEFECT_SWITCH_STALE 12
 #define DEFECT_EVENTS_TWICE 13
 #define DEFECT_NO_MUTEX 14
 #define DEFECT_WRONG_SWITCH 15
@@ -40,10 +40,12 @@ OQDEVSDK_DOORLOCK_API oqDevSDK_DoorLock_Callback_S oqDevSDK_DoorLock_DeviceCallb
 OQDEVSDK_DOORLOCK_API int oqDevSDK_DoorLock_DeviceEvent(
     const oqDevSDK_DoorLock_DeviceEvent_S *pstEvent);
 
-#define BROKEN_SLOW_MS 300     /* beyond the check's bound of one call */
-#define BROKEN_HANG_S 1000     /* a call that never comes back */
-#define BROKEN_PWD_LEN 20      /* more than szPwd holds, at the end of its record */
-#define OWN_OPT_ADD 0          /* this lock's user operations */
+#ifndef BROKEN_SLOW_MS
+#define BROKEN_SLOW_MS 300 /* beyond the check's bound of one call */
+#endif
+#define BROKEN_HANG_S 1000 /* a call that never comes back */
+#define BROKEN_PWD_LEN 20  /* more than szPwd holds, at the end of its record */
+#define OWN_OPT_ADD 0      /* this lock's user operations */
 #define OWN_OPT_MODIFY 1
 
 static void SleepMs(long ms) {
@@ -65,7 +67,8 @@ static int Recv(oqDevSDK_DoorLock_Msg_S *msg) {
             }
             break;
         case DEFECT_OWN_USER_OPS:
-            if (msg->iType == OQDEVSDK_DOORLOCK_TO_DEV_SET_USER && msg->uiLen == sizeof(oqDevSDK_DoorLock_SetUserCfg_S)) {
+            if (msg->iType == OQDEVSDK_DOORLOCK_TO_DEV_SET_USER &&
+                msg->uiLen == sizeof(oqDevSDK_DoorLock_SetUserCfg_S)) {
                 const oqDevSDK_DoorLock_SetUserCfg_S *rec = msg->pData;
                 pthread_mutex_lock(&g_lock.mutex);
                 const size_t pos = UserPosition(rec->usOptIndex);
@@ -118,10 +121,13 @@ static int Get(oqDevSDK_DoorLock_Msg_S *msg) {
                 SleepMs(BROKEN_SLOW_MS);
             }
             break;
-        case DEFECT_FACE_STALE:
-            if (type == OQDEVSDK_DOORLOCK_FROM_DEV_FACE_UNLOCK) {
-                /* Leaves the second field as it found it. */
-                ((oqDevSDK_DoorLock_FaceUnlock_S *)msg->pData)->iUnlockType = g_lock.face.iUnlockType;
+        case DEFECT_SWITCH_STALE:
+            if (type == OQDEVSDK_DOORLOCK_FROM_DEV_SWITCH) {
+                /* Leaves the channel as it found it: the previous switch's. */
+                oqDevSDK_DoorLock_SwitchCfg_S *rec = msg->pData;
+                if (rec->iSwitchIndex >= 0 && rec->iSwitchIndex < OQDEVSDK_DOORLOCK_SWITCH_NUM) {
+                    rec->iEnable = g_lock.switches[rec->iSwitchIndex].iEnable;
+                }
                 return 0;
             }
             break;
@@ -141,12 +147,14 @@ static int Get(oqDevSDK_DoorLock_Msg_S *msg) {
     switch (DEFECT) {
         case DEFECT_COUNT_CAPACITY:
             if (type == OQDEVSDK_DOORLOCK_FROM_DEV_SNAP_PWDS) {
-                ((oqDevSDK_DoorLock_SnapPwdList_S *)msg->pData)->usCount = OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS;
+                ((oqDevSDK_DoorLock_SnapPwdList_S *)msg->pData)->usCount =
+                    OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS;
             }
             break;
         case DEFECT_COUNT_BEYOND:
             if (type == OQDEVSDK_DOORLOCK_FROM_DEV_USER_INFO) {
-                ((oqDevSDK_DoorLock_UserInfo_S *)msg->pData)->usUserNum = OQDEVSDK_DOORLOCK_MAX_USERS + 1;
+                ((oqDevSDK_DoorLock_UserInfo_S *)msg->pData)->usUserNum =
+                    OQDEVSDK_DOORLOCK_MAX_USERS + 1;
             }
             break;
         case DEFECT_COUNT_FEWER:
