@@ -2,7 +2,8 @@
 #   liboqdevsdk-door-lock1     runtime: the module (all three names) and, in a
 #                              build against the emulated host SDK, the emulator
 #   liboqdevsdk-door-lock-dev  dev: headers, CMake package, pkg-config file,
-#                              the reference device application's sources
+#                              the guide, the reference device application's
+#                              sources
 #   oqdevsdk-door-lock-tools   tools: doorlock-sim and its tour, doorlock-qualify
 # Built by the release presets (cmake --workflow --preset release, or
 # armhf-release) and checked by scripts/package.
@@ -31,6 +32,11 @@ endif()
 set(DOORLOCK_DEB_ARCH ${_deb_arch} CACHE STRING "Debian architecture of the packages")
 
 set(_runtime_pkg liboqdevsdk-door-lock${PROJECT_VERSION_MAJOR})
+# The integrator's guide goes with the development files.
+install(FILES ${PROJECT_SOURCE_DIR}/docs/integration.md ${PROJECT_SOURCE_DIR}/docs/platform.md
+              ${PROJECT_SOURCE_DIR}/docs/porting.md ${PROJECT_SOURCE_DIR}/docs/resources.md
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/liboqdevsdk-door-lock-dev COMPONENT dev)
+
 # Every package carries the licence where Debian expects it.
 foreach(_pair runtime:${_runtime_pkg} dev:liboqdevsdk-door-lock-dev tools:oqdevsdk-door-lock-tools)
     string(REPLACE ":" ";" _pair "${_pair}")
