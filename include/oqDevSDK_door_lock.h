@@ -390,20 +390,20 @@ OQDEVSDK_DOORLOCK_CHECK(UserDate_S,
 
 /* One user of the lock. */
 typedef struct oqDevSDK_DoorLock_User_S {
-    uint16_t usIndex; /* 0-based; the platform's is 1-based */
-    uint8_t ucType;
-    uint8_t ucExpireEnable;                             /* validity period in force */
-    char szName[OQDEVSDK_DOORLOCK_USER_NAME_LEN];       /* terminated */
+    uint16_t usIndex;                             /* 0-based; the platform's is 1-based */
+    uint8_t ucType;                               /* the platform's user type, passed through */
+    uint8_t ucExpireEnable;                       /* validity period in force */
+    char szName[OQDEVSDK_DOORLOCK_USER_NAME_LEN]; /* terminated */
     char szRemarkName[OQDEVSDK_DOORLOCK_USER_NAME_LEN]; /* terminated */
     uint32_t uiBeginTime;                               /* validity, seconds since the epoch */
     uint32_t uiEndTime;                                 /* seconds since the epoch */
     uint16_t usDateNum; /* slots of astDate in use, 0..OQDEVSDK_DOORLOCK_MAX_USER_DATES */
     uint8_t aucReserved[2];
     oqDevSDK_DoorLock_UserDate_S astDate[OQDEVSDK_DOORLOCK_MAX_USER_DATES];
-    uint16_t usPwdNum; /* passwords enrolled */
-    uint16_t usCardNum;
-    uint16_t usFingerNum;
-    uint16_t usFaceNum;
+    uint16_t usPwdNum;    /* passwords enrolled */
+    uint16_t usCardNum;   /* cards enrolled */
+    uint16_t usFingerNum; /* fingerprints enrolled */
+    uint16_t usFaceNum;   /* faces enrolled */
 } oqDevSDK_DoorLock_User_S;
 OQDEVSDK_DOORLOCK_CHECK(User_S, sizeof(oqDevSDK_DoorLock_User_S) == OQDEVSDK_DOORLOCK_USER_LEN);
 
@@ -429,9 +429,9 @@ typedef struct oqDevSDK_DoorLock_SetUserCfg_S {
     uint16_t usOptIndex; /* 0-based user the operation applies to; 0 when ucOptType is 0 */
     oqDevSDK_DoorLock_User_S stUser;
     int32_t iContentsAction; /* OQDEVSDK_DOORLOCK_USER_NO_CONTENTS when absent */
-    uint8_t ucContentAction;
-    uint8_t ucContentType;
-    uint16_t usContentIndex;                               /* 0-based */
+    uint8_t ucContentAction; /* passed through */
+    uint8_t ucContentType;   /* passed through */
+    uint16_t usContentIndex; /* 0-based */
     char szContentStr[OQDEVSDK_DOORLOCK_USER_CONTENT_LEN]; /* terminated */
 } oqDevSDK_DoorLock_SetUserCfg_S;
 OQDEVSDK_DOORLOCK_CHECK(SetUserCfg_S, sizeof(oqDevSDK_DoorLock_SetUserCfg_S) ==
@@ -552,8 +552,8 @@ OQDEVSDK_DOORLOCK_CHECK(SetAlarmPlan_S, sizeof(oqDevSDK_DoorLock_SetAlarmPlan_S)
 /* One not-back alarm plan the lock holds. Laid out without the operation
  * code of the set record. */
 typedef struct oqDevSDK_DoorLock_AlarmPlanInfo_S {
-    uint16_t usIndex; /* plan, 0-based */
-    uint8_t ucEnable;
+    uint16_t usIndex;   /* plan, 0-based */
+    uint8_t ucEnable;   /* 1 active, 0 inactive */
     uint8_t ucWeekday;  /* bit 0 Sunday, bits 1..6 Monday..Saturday */
     uint16_t usDateNum; /* 0..OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES */
     uint16_t usUserNum; /* 0..OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS */

@@ -1,15 +1,19 @@
 // Writes the tables of docs/integration.md that come from the public header
 // and the device-record table (the type codes of both directions, the limits,
 // every record's layout) between the guide's markers "<!-- generated:NAME -->"
-// and "<!-- end:NAME -->".
-//   doc-tables GUIDE          rewrites the tables in GUIDE
-//   doc-tables --check GUIDE  exits 1 when GUIDE's tables are not current
+// and "<!-- end:NAME -->". Offsets and sizes come from the compiled header;
+// each field's type and note come from the header's text (its declaration and
+// its comment), so that the guide cannot say what the header does not.
+//   doc-tables HEADER GUIDE          rewrites the tables in GUIDE
+//   doc-tables --check HEADER GUIDE  exits 1 when GUIDE's tables are not current
+// HEADER is the text of the public header this program was compiled with.
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,7 +27,6 @@ struct Field {
     const char *name;
     size_t offset;
     size_t size;
-    const char *type;
 };
 
 struct Record {
@@ -38,9 +41,9 @@ struct Limit {
     const char *what;
 };
 
-#define FIELD(S, m, type)                                               \
-    Field {                                                             \
-#m, offsetof(S, m), sizeof(static_cast <S *>(nullptr)->m), type \
+#define FIELD(S, m)                                               \
+    Field {                                                       \
+#m, offsetof(S, m), sizeof(static_cast <S *>(nullptr)->m) \
     }
 
 const Limit kLimits[] = {
@@ -108,134 +111,98 @@ std::vector<Record> Records() {
     return {
         {"oqDevSDK_DoorLock_SwitchCfg_S",
          sizeof(Switch),
-         {FIELD(Switch, iSwitchIndex, "int32_t"), FIELD(Switch, iEnable, "int32_t"),
-          FIELD(Switch, iChannel, "int32_t")}},
+         {FIELD(Switch, iSwitchIndex), FIELD(Switch, iEnable), FIELD(Switch, iChannel)}},
         {"oqDevSDK_DoorLock_FaceUnlock_S",
          sizeof(Face),
-         {FIELD(Face, iUnlockType, "int32_t"), FIELD(Face, iUnlockSensitivity, "int32_t")}},
+         {FIELD(Face, iUnlockType), FIELD(Face, iUnlockSensitivity)}},
         {"oqDevSDK_DoorLock_DLPower_S",
          sizeof(Power),
-         {FIELD(Power, ucLowPercent, "uint8_t"), FIELD(Power, aucReserved, "uint8_t[3]")}},
+         {FIELD(Power, ucLowPercent), FIELD(Power, aucReserved)}},
         {"oqDevSDK_DoorLock_LockStatus_S",
          sizeof(Status),
-         {FIELD(Status, ucDoorState, "uint8_t"), FIELD(Status, ucLockState, "uint8_t"),
-          FIELD(Status, ucSignal, "uint8_t"), FIELD(Status, ucReserved, "uint8_t")}},
+         {FIELD(Status, ucDoorState), FIELD(Status, ucLockState), FIELD(Status, ucSignal),
+          FIELD(Status, ucReserved)}},
         {"oqDevSDK_DoorLock_PowerInfo_S",
          sizeof(PowerInfo),
-         {FIELD(PowerInfo, ucPowerType, "uint8_t"), FIELD(PowerInfo, ucRemaining, "uint8_t"),
-          FIELD(PowerInfo, ucNameType, "uint8_t"), FIELD(PowerInfo, ucStatus, "uint8_t"),
-          FIELD(PowerInfo, usValueFirst, "uint16_t"), FIELD(PowerInfo, usValueSecond, "uint16_t"),
-          FIELD(PowerInfo, szSubSerial, "char[], terminated"),
-          FIELD(PowerInfo, szDes, "char[], terminated")}},
+         {FIELD(PowerInfo, ucPowerType), FIELD(PowerInfo, ucRemaining),
+          FIELD(PowerInfo, ucNameType), FIELD(PowerInfo, ucStatus), FIELD(PowerInfo, usValueFirst),
+          FIELD(PowerInfo, usValueSecond), FIELD(PowerInfo, szSubSerial), FIELD(PowerInfo, szDes)}},
         {"oqDevSDK_DoorLock_PowerStatus_S",
          sizeof(PowerStatus),
-         {FIELD(PowerStatus, usPowerNum, "uint16_t, count"),
-          FIELD(PowerStatus, aucReserved, "uint8_t[2]"),
-          FIELD(PowerStatus, stPower, "oqDevSDK_DoorLock_PowerInfo_S[]")}},
+         {FIELD(PowerStatus, usPowerNum), FIELD(PowerStatus, aucReserved),
+          FIELD(PowerStatus, stPower)}},
         {"oqDevSDK_DoorLock_UserDate_S",
          sizeof(Date),
-         {FIELD(Date, iBeginHour, "int32_t"), FIELD(Date, iBeginMinute, "int32_t"),
-          FIELD(Date, iEndHour, "int32_t"), FIELD(Date, iEndMinute, "int32_t"),
-          FIELD(Date, ucWeekday, "uint8_t, bit 0 Sunday"), FIELD(Date, aucReserved, "uint8_t[3]"),
-          FIELD(Date, iNum, "int32_t, -1 no limit"),
-          FIELD(Date, iAvailable, "int32_t, -1 when iNum is -1")}},
+         {FIELD(Date, iBeginHour), FIELD(Date, iBeginMinute), FIELD(Date, iEndHour),
+          FIELD(Date, iEndMinute), FIELD(Date, ucWeekday), FIELD(Date, aucReserved),
+          FIELD(Date, iNum), FIELD(Date, iAvailable)}},
         {"oqDevSDK_DoorLock_User_S",
          sizeof(User),
-         {FIELD(User, usIndex, "uint16_t, 0-based"), FIELD(User, ucType, "uint8_t"),
-          FIELD(User, ucExpireEnable, "uint8_t"), FIELD(User, szName, "char[], terminated"),
-          FIELD(User, szRemarkName, "char[], terminated"),
-          FIELD(User, uiBeginTime, "uint32_t, epoch seconds"),
-          FIELD(User, uiEndTime, "uint32_t, epoch seconds"),
-          FIELD(User, usDateNum, "uint16_t, count"), FIELD(User, aucReserved, "uint8_t[2]"),
-          FIELD(User, astDate, "oqDevSDK_DoorLock_UserDate_S[]"), FIELD(User, usPwdNum, "uint16_t"),
-          FIELD(User, usCardNum, "uint16_t"), FIELD(User, usFingerNum, "uint16_t"),
-          FIELD(User, usFaceNum, "uint16_t")}},
+         {FIELD(User, usIndex), FIELD(User, ucType), FIELD(User, ucExpireEnable),
+          FIELD(User, szName), FIELD(User, szRemarkName), FIELD(User, uiBeginTime),
+          FIELD(User, uiEndTime), FIELD(User, usDateNum), FIELD(User, aucReserved),
+          FIELD(User, astDate), FIELD(User, usPwdNum), FIELD(User, usCardNum),
+          FIELD(User, usFingerNum), FIELD(User, usFaceNum)}},
         {"oqDevSDK_DoorLock_UserInfo_S",
          sizeof(Users),
-         {FIELD(Users, usUserNum, "uint16_t, count"), FIELD(Users, aucReserved, "uint8_t[2]"),
-          FIELD(Users, astUser, "oqDevSDK_DoorLock_User_S[]")}},
+         {FIELD(Users, usUserNum), FIELD(Users, aucReserved), FIELD(Users, astUser)}},
         {"oqDevSDK_DoorLock_SetUserCfg_S",
          sizeof(SetUser),
-         {FIELD(SetUser, ucOptType, "uint8_t, 2 deletes"), FIELD(SetUser, ucReserved, "uint8_t"),
-          FIELD(SetUser, usOptIndex, "uint16_t, 0-based"),
-          FIELD(SetUser, stUser, "oqDevSDK_DoorLock_User_S"),
-          FIELD(SetUser, iContentsAction, "int32_t, -2 none"),
-          FIELD(SetUser, ucContentAction, "uint8_t"), FIELD(SetUser, ucContentType, "uint8_t"),
-          FIELD(SetUser, usContentIndex, "uint16_t, 0-based"),
-          FIELD(SetUser, szContentStr, "char[], terminated")}},
+         {FIELD(SetUser, ucOptType), FIELD(SetUser, ucReserved), FIELD(SetUser, usOptIndex),
+          FIELD(SetUser, stUser), FIELD(SetUser, iContentsAction), FIELD(SetUser, ucContentAction),
+          FIELD(SetUser, ucContentType), FIELD(SetUser, usContentIndex),
+          FIELD(SetUser, szContentStr)}},
         {"oqDevSDK_DoorLock_UnlockEvtRec_S",
          sizeof(Evt),
-         {FIELD(Evt, szUser, "char[], terminated"), FIELD(Evt, ucUnlockType, "uint8_t"),
-          FIELD(Evt, aucReserved, "uint8_t[3]"),
-          FIELD(Evt, lUnlockTime, "int32_t, epoch seconds")}},
+         {FIELD(Evt, szUser), FIELD(Evt, ucUnlockType), FIELD(Evt, aucReserved),
+          FIELD(Evt, lUnlockTime)}},
         {"oqDevSDK_DoorLock_UnlockEvtRecList_S",
          sizeof(Evts),
-         {FIELD(Evts, usRecNum, "uint16_t, count"), FIELD(Evts, aucReserved, "uint8_t[2]"),
-          FIELD(Evts, stRecord, "oqDevSDK_DoorLock_UnlockEvtRec_S[]")}},
+         {FIELD(Evts, usRecNum), FIELD(Evts, aucReserved), FIELD(Evts, stRecord)}},
         {"oqDevSDK_DoorLock_SetSnapPwd_S",
          sizeof(SetSnap),
-         {FIELD(SetSnap, ucOptType, "uint8_t, 0 create, 2 delete"),
-          FIELD(SetSnap, ucReserved, "uint8_t"),
-          FIELD(SetSnap, usIndex, "uint16_t, slot; output of a create"),
-          FIELD(SetSnap, szName, "char[], terminated"),
-          FIELD(SetSnap, uiBeginTime, "uint32_t, epoch seconds"),
-          FIELD(SetSnap, uiEndTime, "uint32_t, epoch seconds"),
-          FIELD(SetSnap, iLimitNum, "int32_t"), FIELD(SetSnap, iAvailableCount, "int32_t"),
-          FIELD(SetSnap, szPwd, "char[], output, terminated")}},
+         {FIELD(SetSnap, ucOptType), FIELD(SetSnap, ucReserved), FIELD(SetSnap, usIndex),
+          FIELD(SetSnap, szName), FIELD(SetSnap, uiBeginTime), FIELD(SetSnap, uiEndTime),
+          FIELD(SetSnap, iLimitNum), FIELD(SetSnap, iAvailableCount), FIELD(SetSnap, szPwd)}},
         {"oqDevSDK_DoorLock_SnapPwdInfo_S",
          sizeof(Snap),
-         {FIELD(Snap, usIndex, "uint16_t, slot"), FIELD(Snap, aucReserved, "uint8_t[2]"),
-          FIELD(Snap, szName, "char[], terminated"),
-          FIELD(Snap, uiBeginTime, "uint32_t, epoch seconds"),
-          FIELD(Snap, uiEndTime, "uint32_t, epoch seconds"),
-          FIELD(Snap, iLimitNum, "int32_t, -1 no limit"), FIELD(Snap, iAvailableCount, "int32_t")}},
+         {FIELD(Snap, usIndex), FIELD(Snap, aucReserved), FIELD(Snap, szName),
+          FIELD(Snap, uiBeginTime), FIELD(Snap, uiEndTime), FIELD(Snap, iLimitNum),
+          FIELD(Snap, iAvailableCount)}},
         {"oqDevSDK_DoorLock_SnapPwdList_S",
          sizeof(Snaps),
-         {FIELD(Snaps, usCount, "uint16_t, count"), FIELD(Snaps, aucReserved, "uint8_t[2]"),
-          FIELD(Snaps, astEntry, "oqDevSDK_DoorLock_SnapPwdInfo_S[]")}},
+         {FIELD(Snaps, usCount), FIELD(Snaps, aucReserved), FIELD(Snaps, astEntry)}},
         {"oqDevSDK_DoorLock_AlarmPeriod_S",
          sizeof(Period),
-         {FIELD(Period, iBeginHour, "int32_t"), FIELD(Period, iBeginMinute, "int32_t"),
-          FIELD(Period, iEndHour, "int32_t"), FIELD(Period, iEndMinute, "int32_t")}},
+         {FIELD(Period, iBeginHour), FIELD(Period, iBeginMinute), FIELD(Period, iEndHour),
+          FIELD(Period, iEndMinute)}},
         {"oqDevSDK_DoorLock_AlarmUser_S",
          sizeof(AlarmUser),
-         {FIELD(AlarmUser, usIndex, "uint16_t, 0-based"),
-          FIELD(AlarmUser, aucReserved, "uint8_t[2]"),
-          FIELD(AlarmUser, szName, "char[], terminated")}},
+         {FIELD(AlarmUser, usIndex), FIELD(AlarmUser, aucReserved), FIELD(AlarmUser, szName)}},
         {"oqDevSDK_DoorLock_SetAlarmPlan_S",
          sizeof(SetPlan),
-         {FIELD(SetPlan, ucOptType, "uint8_t, 0 create, 2 delete, other change"),
-          FIELD(SetPlan, ucReserved, "uint8_t"),
-          FIELD(SetPlan, usIndex, "uint16_t, plan; output of a create"),
-          FIELD(SetPlan, ucEnable, "uint8_t"), FIELD(SetPlan, ucWeekday, "uint8_t, mask"),
-          FIELD(SetPlan, usDateNum, "uint16_t, count"),
-          FIELD(SetPlan, usUserNum, "uint16_t, count"), FIELD(SetPlan, aucReserved, "uint8_t[2]"),
-          FIELD(SetPlan, astDate, "oqDevSDK_DoorLock_AlarmPeriod_S[]"),
-          FIELD(SetPlan, astUser, "oqDevSDK_DoorLock_AlarmUser_S[]")}},
+         {FIELD(SetPlan, ucOptType), FIELD(SetPlan, ucReserved), FIELD(SetPlan, usIndex),
+          FIELD(SetPlan, ucEnable), FIELD(SetPlan, ucWeekday), FIELD(SetPlan, usDateNum),
+          FIELD(SetPlan, usUserNum), FIELD(SetPlan, aucReserved), FIELD(SetPlan, astDate),
+          FIELD(SetPlan, astUser)}},
         {"oqDevSDK_DoorLock_AlarmPlanInfo_S",
          sizeof(Plan),
-         {FIELD(Plan, usIndex, "uint16_t, 0-based"), FIELD(Plan, ucEnable, "uint8_t"),
-          FIELD(Plan, ucWeekday, "uint8_t, mask"), FIELD(Plan, usDateNum, "uint16_t, count"),
-          FIELD(Plan, usUserNum, "uint16_t, count"),
-          FIELD(Plan, astDate, "oqDevSDK_DoorLock_AlarmPeriod_S[]"),
-          FIELD(Plan, astUser, "oqDevSDK_DoorLock_AlarmUser_S[]")}},
+         {FIELD(Plan, usIndex), FIELD(Plan, ucEnable), FIELD(Plan, ucWeekday),
+          FIELD(Plan, usDateNum), FIELD(Plan, usUserNum), FIELD(Plan, astDate),
+          FIELD(Plan, astUser)}},
         {"oqDevSDK_DoorLock_AlarmPlanList_S",
          sizeof(Plans),
-         {FIELD(Plans, usCount, "uint16_t, count"), FIELD(Plans, aucReserved, "uint8_t[2]"),
-          FIELD(Plans, astPlan, "oqDevSDK_DoorLock_AlarmPlanInfo_S[]")}},
+         {FIELD(Plans, usCount), FIELD(Plans, aucReserved), FIELD(Plans, astPlan)}},
         {"oqDevSDK_DoorLock_UserVerify_S",
          sizeof(Verify),
-         {FIELD(Verify, szUserId, "char[], terminated"),
-          FIELD(Verify, uiTimeout, "uint32_t, seconds"),
-          FIELD(Verify, uiVerifyResult, "uint32_t, output")}},
+         {FIELD(Verify, szUserId), FIELD(Verify, uiTimeout), FIELD(Verify, uiVerifyResult)}},
         {"oqDevSDK_DoorLock_FacePlanSlot_S",
          sizeof(Slot),
-         {FIELD(Slot, uiBegin, "uint32_t, minutes"), FIELD(Slot, uiEnd, "uint32_t, minutes")}},
+         {FIELD(Slot, uiBegin), FIELD(Slot, uiEnd)}},
         {"oqDevSDK_DoorLock_AutoFaceUnlockPlan_S",
          sizeof(FacePlan),
-         {FIELD(FacePlan, uiHeadWord, "uint32_t, the lock's own"),
-          FIELD(FacePlan, uiChannel, "uint32_t"), FIELD(FacePlan, iEnable, "int32_t, 1 on, 0 off"),
-          FIELD(FacePlan, astDay, "oqDevSDK_DoorLock_FacePlanSlot_S[][]")}},
+         {FIELD(FacePlan, uiHeadWord), FIELD(FacePlan, uiChannel), FIELD(FacePlan, iEnable),
+          FIELD(FacePlan, astDay)}},
     };
 }
 
@@ -247,6 +214,96 @@ std::string Format(const char *fmt, ...) {
     std::vsnprintf(text, sizeof text, fmt, args);
     va_end(args);
     return text;
+}
+
+// A member as the header's text declares it.
+struct Declared {
+    std::string name;
+    std::string type;
+    std::vector<std::string> bounds;  // as written: numbers or limit names
+    std::string note;                 // its comment, on its line or just above
+};
+
+std::string Trim(const std::string &text) {
+    const size_t from = text.find_first_not_of(" \t\n");
+    const size_t to = text.find_last_not_of(" \t\n");
+    return from == std::string::npos ? std::string() : text.substr(from, to - from + 1);
+}
+
+// The text of the comments in `text`, joined by a blank.
+std::string CommentText(const std::string &text) {
+    static const std::regex comment(R"(/\*((?:[^*]|\*(?!/))*)\*/)");
+    std::string out;
+    for (std::sregex_iterator it(text.begin(), text.end(), comment), end; it != end; ++it) {
+        std::string part = std::regex_replace((*it)[1].str(), std::regex(R"(\s*\n\s*\*?\s*)"), " ");
+        out += (out.empty() ? "" : " ") + Trim(part);
+    }
+    return out;
+}
+
+// Every "typedef struct NAME { ... } NAME;" of the header, its members in
+// order. A declaration runs to its ';'; a comment that starts on that line
+// runs to its end.
+std::map<std::string, std::vector<Declared>> ReadHeader(const std::string &header) {
+    static const std::regex open(R"(^typedef struct (\w+) \{)");
+    static const std::regex member(
+        R"(^\s*([A-Za-z_]\w*(?: [A-Za-z_]\w*)*)\s+\**(\w+)((?:\s*\[[^\]]+\])*)\s*$)");
+    static const std::regex bound(R"(\[\s*([^\]]+?)\s*\])");
+    std::map<std::string, std::vector<Declared>> records;
+    std::istringstream lines(header);
+    std::string line;
+    std::vector<Declared> *current = nullptr;
+    std::string pending;  // a comment of its own lines, for the next member
+    while (std::getline(lines, line)) {
+        std::smatch m;
+        if (current == nullptr) {
+            if (std::regex_search(line, m, open)) {
+                current = &records[m[1].str()];
+                pending.clear();
+            }
+            continue;
+        }
+        if (Trim(line).rfind('}', 0) == 0) {
+            current = nullptr;
+            continue;
+        }
+        std::string text = line;
+        auto unclosed = [&text] {
+            return text.rfind("/*") != std::string::npos &&
+                   text.find("*/", text.rfind("/*")) == std::string::npos;
+        };
+        if (Trim(text).rfind("/*", 0) == 0) {
+            while (unclosed() && std::getline(lines, line)) {
+                text += "\n" + line;
+            }
+            pending = CommentText(text);
+            continue;
+        }
+        while ((text.find(';') == std::string::npos || unclosed()) && std::getline(lines, line)) {
+            text += "\n" + line;
+        }
+        const size_t semicolon = text.find(';');
+        const std::string declaration =
+            std::regex_replace(text.substr(0, semicolon), std::regex(R"(\s+)"), " ");
+        if (!std::regex_match(declaration, m, member)) {
+            // A member no record table shows (a function pointer): kept by
+            // its text, so that a listed record holding one fails below.
+            current->push_back({Trim(declaration), "", {}, ""});
+            pending.clear();
+            continue;
+        }
+        Declared d{m[2].str(), m[1].str(), {}, CommentText(text.substr(semicolon))};
+        const std::string bounds = m[3].str();
+        for (std::sregex_iterator it(bounds.begin(), bounds.end(), bound), end; it != end; ++it) {
+            d.bounds.push_back((*it)[1].str());
+        }
+        if (d.note.empty()) {
+            d.note = pending;
+        }
+        pending.clear();
+        current->push_back(d);
+    }
+    return records;
 }
 
 std::string TypeCodes(norla::DevDir dir) {
@@ -268,29 +325,86 @@ std::string Limits() {
     return out;
 }
 
-// The fields must cover each record without gaps, so that a field added to
-// the header and not here is caught.
-bool RecordLayouts(std::string *out) {
+// The value of a bound as written in the header: a number or a limit.
+bool BoundValue(const std::string &bound, size_t *value) {
+    if (!bound.empty() && bound.find_first_not_of("0123456789") == std::string::npos) {
+        *value = std::stoul(bound);
+        return true;
+    }
+    for (const Limit &l : kLimits) {
+        if (bound == l.name) {
+            *value = static_cast<size_t>(l.value);
+            return true;
+        }
+    }
+    std::fprintf(stderr, "doc-tables: the bound %s is not a number or a listed limit\n",
+                 bound.c_str());
+    return false;
+}
+
+// The bytes of one element of a declared type.
+size_t ElementSize(const std::string &type, const std::vector<Record> &records) {
+    static const std::map<std::string, size_t> kScalars = {
+        {"char", 1}, {"uint8_t", 1}, {"uint16_t", 2}, {"int32_t", 4}, {"uint32_t", 4}};
+    const auto scalar = kScalars.find(type);
+    if (scalar != kScalars.end()) {
+        return scalar->second;
+    }
+    for (const Record &r : records) {
+        if (type == r.name) {
+            return r.size;
+        }
+    }
+    return 0;
+}
+
+// The header's text must declare exactly the fields listed here, in this
+// order, with types whose size is the compiled one; the fields must cover
+// each record without gaps. So a field added to the header and not here, or
+// a declaration that disagrees with the layout, is caught.
+bool RecordLayouts(const std::map<std::string, std::vector<Declared>> &header, std::string *out) {
+    const std::vector<Record> records = Records();
     bool first = true;
-    for (const Record &r : Records()) {
+    for (const Record &r : records) {
+        const auto declared = header.find(r.name);
+        if (declared == header.end() || declared->second.size() != r.fields.size()) {
+            std::fprintf(stderr, "doc-tables: the header declares %s with other fields\n", r.name);
+            return false;
+        }
+        *out += Format("%s#### `%s`, %zu bytes\n\n", first ? "" : "\n", r.name, r.size);
+        *out += "| Offset | Bytes | Field | Type | Note |\n|---:|---:|---|---|---|\n";
         size_t end = 0;
-        for (const Field &f : r.fields) {
-            if (f.offset != end) {
-                std::fprintf(stderr, "doc-tables: %s.%s at %zu, expected %zu\n", r.name, f.name,
-                             f.offset, end);
+        for (size_t i = 0; i < r.fields.size(); ++i) {
+            const Field &f = r.fields[i];
+            const Declared &d = declared->second[i];
+            if (d.name != f.name || f.offset != end) {
+                std::fprintf(stderr, "doc-tables: %s: %s at %zu, expected %s at %zu\n", r.name,
+                             d.name.c_str(), f.offset, f.name, end);
                 return false;
             }
+            std::string type = d.type;
+            size_t count = 1;
+            for (const std::string &bound : d.bounds) {
+                size_t value = 0;
+                if (!BoundValue(bound, &value)) {
+                    return false;
+                }
+                type += Format("[%zu]", value);
+                count *= value;
+            }
+            if (ElementSize(d.type, records) * count != f.size) {
+                std::fprintf(stderr, "doc-tables: %s.%s is declared %s, which is not %zu bytes\n",
+                             r.name, f.name, type.c_str(), f.size);
+                return false;
+            }
+            *out += Format("| %zu | %zu | `%s` | %s | %s |\n", f.offset, f.size, f.name,
+                           type.c_str(), d.note.c_str());
             end = f.offset + f.size;
         }
         if (end != r.size) {
             std::fprintf(stderr, "doc-tables: the fields of %s end at %zu, the record at %zu\n",
                          r.name, end, r.size);
             return false;
-        }
-        *out += Format("%s#### `%s`, %zu bytes\n\n", first ? "" : "\n", r.name, r.size);
-        *out += "| Offset | Bytes | Field | Type |\n|---:|---:|---|---|\n";
-        for (const Field &f : r.fields) {
-            *out += Format("| %zu | %zu | `%s` | %s |\n", f.offset, f.size, f.name, f.type);
         }
         first = false;
     }
@@ -315,30 +429,39 @@ bool Splice(const std::map<std::string, std::string> &tables, std::string *guide
     return true;
 }
 
+bool ReadFile(const char *path, std::string *text) {
+    std::ifstream in(path);
+    if (!in) {
+        std::fprintf(stderr, "doc-tables: cannot read %s\n", path);
+        return false;
+    }
+    std::stringstream buffer;
+    buffer << in.rdbuf();
+    *text = buffer.str();
+    return true;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
-    const bool check = argc == 3 && std::strcmp(argv[1], "--check") == 0;
-    if (argc != 2 && !check) {
-        std::fputs("usage: doc-tables [--check] GUIDE\n", stderr);
+    const bool check = argc == 4 && std::strcmp(argv[1], "--check") == 0;
+    if (argc != 3 && !check) {
+        std::fputs("usage: doc-tables [--check] HEADER GUIDE\n", stderr);
         return 2;
     }
     const char *path = argv[argc - 1];
+    std::string header;
+    std::string before;
+    if (!ReadFile(argv[argc - 2], &header) || !ReadFile(path, &before)) {
+        return 1;
+    }
     std::map<std::string, std::string> tables;
     tables["to-device"] = TypeCodes(norla::DevDir::kToDevice);
     tables["from-device"] = TypeCodes(norla::DevDir::kFromDevice);
     tables["limits"] = Limits();
-    if (!RecordLayouts(&tables["records"])) {
+    if (!RecordLayouts(ReadHeader(header), &tables["records"])) {
         return 1;
     }
-    std::ifstream in(path);
-    if (!in) {
-        std::fprintf(stderr, "doc-tables: cannot read %s\n", path);
-        return 1;
-    }
-    std::stringstream text;
-    text << in.rdbuf();
-    const std::string before = text.str();
     std::string after = before;
     if (!Splice(tables, &after)) {
         return 1;
