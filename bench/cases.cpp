@@ -12,6 +12,7 @@
 #include "oqdev_sim.h"
 #include "oqdev_status_report.h"
 #include "status/items.h"
+#include "vocabulary.h"
 
 namespace bench {
 namespace {
@@ -44,21 +45,26 @@ void RunDetectors() {
 }
 
 // A platform request: the module through the kernel's data-route callback,
-// the floor on the same text.
+// the floor (if any) on the same text.
 Case Request(std::string name, int cmd, std::string body, std::function<void()> setup,
-             FloorFn floor, uint32_t records, int documents = kRoundTripDocuments) {
+             FloorFn floor, uint32_t records) {
     auto text = std::make_shared<const std::string>(std::move(body));
     // Requests see the device's first state, whatever a poll case left.
     auto prepare = [setup] {
         SetStatusState(0);
         setup();
     };
+    std::function<void(uint32_t)> floorRun;
+    if (floor != nullptr) {
+        floorRun = [floor, text](uint32_t seq) { floor(*text, seq); };
+    }
     return Case{std::move(name),
                 std::move(prepare),
                 [cmd, text](uint32_t seq) { oqsim::deliver(cmd, seq, *text); },
-                [floor, text](uint32_t seq) { floor(*text, seq); },
+                std::move(floorRun),
+                *text,
                 records,
-                documents,
+                kRoundTripDocuments,
                 true};
 }
 
@@ -70,13 +76,12 @@ std::function<void()> Plans(int plans) {
 }
 void Nothing() {}
 
-// Caches of the module and of the floor hold the state the device serves.
+// The module's caches hold the state the device serves.
 void SyncedPoll() {
     ServeUsers(kMaxUsers);
     SetStatusState(0);
     RunDetectors();
     RunDetectors();
-    FloorPollCycle(true);
 }
 
 // Every record differs from the one before: the device alternates between
@@ -90,36 +95,40 @@ std::function<void(uint32_t)> Alternating(std::function<void()> poll) {
 
 std::vector<Case> MakeCases() {
     std::vector<Case> cases;
-    cases.push_back(Request("set_switch", 18699, SetSwitchRequest(), Nothing, FloorSetSwitch, 0));
-    cases.push_back(
-        Request("set_key_value/tone", 18829, SetBellToneRequest(), Nothing, FloorSetKeyValue, 0));
-    cases.push_back(
-        Request("set_key_value/face", 18829, SetFaceUnlockRequest(), Nothing, FloorSetKeyValue, 0));
-    cases.push_back(Request("set_user/50", 18857, SetUserRequest(), Users(50), FloorSetUser,
-                            kSetUserLen + kUserTableLen));
+    cases.push_back(Request("set_switch", norla::kCmdSetSwitch, SetSwitchRequest(), Nothing,
+                            FloorSetSwitch, 0));
+    cases.push_back(Request("set_key_value/tone", norla::kCmdSetKeyValue, SetBellToneRequest(),
+                            Nothing, nullptr, 0));
+    cases.push_back(Request("set_key_value/face", norla::kCmdSetKeyValue, SetFaceUnlockRequest(),
+                            Nothing, nullptr, 0));
+    cases.push_back(Request("set_user/50", norla::kCmdSetUserInfo, SetUserRequest(), Users(50),
+                            nullptr, kSetUserLen + kUserTableLen));
     for (int users : {0, 50, kMaxUsers}) {
-        cases.push_back(Request("query_users/" + std::to_string(users), 20160, EmptyRequest(),
-                                Users(users), FloorQueryUsers, kUserTableLen));
+        cases.push_back(Request("query_users/" + std::to_string(users), norla::kCmdQueryUserInfo,
+                                EmptyRequest(), Users(users),
+                                users == kMaxUsers ? FloorQueryUsers : nullptr, kUserTableLen));
     }
-    cases.push_back(
-        Request("set_snap_pwd", 18859, SetSnapPwdRequest(), Nothing, FloorSetSnapPwd, kSnapPwdLen));
-    cases.push_back(Request("query_snap_pwds", 18861, EmptyRequest(), Nothing, FloorQuerySnapPwds,
-                            kSnapPwdsLen));
+    cases.push_back(Request("set_snap_pwd", norla::kCmdSetSnapPwd, SetSnapPwdRequest(), Nothing,
+                            nullptr, kSnapPwdLen));
+    cases.push_back(Request("query_snap_pwds", norla::kCmdQuerySnapPwds, EmptyRequest(), Nothing,
+                            nullptr, kSnapPwdsLen));
     for (int users : {kSmallPlanUsers, kMaxUsers}) {
-        cases.push_back(Request("set_alarm_plan/" + std::to_string(users), 18855,
-                                SetAlarmPlanRequest(users), Nothing, FloorSetAlarmPlan,
-                                kAlarmPlanLen));
+        cases.push_back(Request("set_alarm_plan/" + std::to_string(users), norla::kCmdSetAlarmPlan,
+                                SetAlarmPlanRequest(users), Nothing, nullptr, kAlarmPlanLen));
     }
     for (int plans : {1, OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS}) {
-        cases.push_back(Request("query_alarm_plans/" + std::to_string(plans), 18853, EmptyRequest(),
-                                Plans(plans), FloorQueryAlarmPlans, kAlarmPlansLen));
+        cases.push_back(
+            Request("query_alarm_plans/" + std::to_string(plans), norla::kCmdQueryAlarmPlans,
+                    EmptyRequest(), Plans(plans),
+                    plans == OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS ? FloorQueryAlarmPlans : nullptr,
+                    kAlarmPlansLen));
     }
+    cases.push_back(Request("trigger_verify", norla::kCmdTriggerUserVerify, TriggerVerifyRequest(),
+                            Nothing, nullptr, 0));
     cases.push_back(
-        Request("trigger_verify", 18849, TriggerVerifyRequest(), Nothing, FloorTriggerVerify, 0));
-    cases.push_back(
-        Request("set_dev_plan", 18731, SetDevPlanRequest(), Nothing, FloorSetDevPlan, 0));
-    cases.push_back(
-        Request("system_config", 10376, SystemConfigAnswer(), Nothing, FloorSystemConfig, 0));
+        Request("set_dev_plan", norla::kCmdSetDevPlan, SetDevPlanRequest(), Nothing, nullptr, 0));
+    cases.push_back(Request("system_config", norla::kCmdSystemConfigRsp, SystemConfigAnswer(),
+                            Nothing, nullptr, 0));
 
     cases.push_back(Case{"user_info_report/500",
                          [] {
@@ -128,13 +137,12 @@ std::vector<Case> MakeCases() {
                              norla::UserInfo_IsChanged();
                          },
                          [](uint32_t) { norla::UserInfo_Report(0); },
-                         [](uint32_t seq) { FloorUserInfoReport(ServedUsers(), seq); },
+                         [](uint32_t seq) { FloorUserInfoReport(ServedUsers(), seq); }, "",
                          // The table it reports is the item's static cache.
                          kUserTableLen, 1, true});
-    cases.push_back(Case{"poll/unchanged", SyncedPoll, [](uint32_t) { RunDetectors(); },
-                         [](uint32_t) { FloorPollCycle(false); }, kUserTableLen, 0, true});
-    cases.push_back(Case{"poll/changed", SyncedPoll, Alternating(RunDetectors),
-                         Alternating([] { FloorPollCycle(true); }),
+    cases.push_back(Case{"poll/unchanged", SyncedPoll, [](uint32_t) { RunDetectors(); }, nullptr,
+                         "", kUserTableLen, 0, true});
+    cases.push_back(Case{"poll/changed", SyncedPoll, Alternating(RunDetectors), nullptr, "",
                          kUserTableLen + kEventsLen + kPowerLen, 0, false});
     return cases;
 }

@@ -1,5 +1,5 @@
-// The benchmark cases: each runs the module end to end and its floor, on the
-// same device records and the same request.
+// The benchmark cases: each runs the module end to end; a few also run a
+// floor on the same device records and the same request.
 #ifndef BENCH_CASES_H
 #define BENCH_CASES_H
 
@@ -15,7 +15,10 @@ struct Case {
     // Prepares the device and the caches; run before every measurement.
     std::function<void()> setup;
     std::function<void(uint32_t seq)> module;
+    // Empty where the case has no floor.
     std::function<void(uint32_t seq)> floor;
+    // The document the module reads ("" when it reads none).
+    std::string request;
     // Device records the module holds at once for this command, in bytes.
     uint32_t records;
     // XML documents the module keeps open at once.

@@ -25,14 +25,6 @@ int FetchRecord(int type, void *buf, uint32_t len);
 // picks the one DeviceGet serves; the unlock event batch is empty in state 0
 // and full in states 1 and 2, which differ.
 void SetStatusState(int state);
-// Length of each status record fetched by one poll, in poll order, and the
-// number of fetches of each (the switches are fetched one by one).
-struct StatusFetch {
-    int type;
-    uint32_t len;
-    int count;
-};
-const StatusFetch *StatusFetches(int *count);
 
 // The user table and the alarm plan list the device serves.
 void ServeUsers(int users);

@@ -1,11 +1,14 @@
-// doorlock_bench: Google Benchmark cases of the module and its floor, plus
-// the modes the scripts use:
+// doorlock_bench: Google Benchmark cases of the module (and of the floors
+// there are), plus the modes the scripts use:
 //   --list                     case names
+//   --floors                   names of the cases with a floor
 //   --verify                   module and floor send the same text
 //   --heap                     peak heap of each command against its budget (CSV)
 //   --growth N                 N mixed requests; fails when the heap grew
+//   --xml-least                fewest XML-class calls each case's documents need (CSV)
 //   --instr CASE module|floor N  N runs inside bench_measured_runs (callgrind)
 #include <benchmark/benchmark.h>
+#include <pugixml.hpp>
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +20,22 @@
 #include "alloc_count.h"
 #include "cases.h"
 #include "oqdev_sim.h"
+
+// Under callgrind, only the measured runs are instrumented, so that the call
+// counts leave out the warm-up runs as the costs do.
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#define BENCH_INSTRUMENT(on)                 \
+    do {                                     \
+        if (on) {                            \
+            CALLGRIND_START_INSTRUMENTATION; \
+        } else {                             \
+            CALLGRIND_STOP_INSTRUMENTATION;  \
+        }                                    \
+    } while (0)
+#else
+#define BENCH_INSTRUMENT(on) static_cast<void>(on)
+#endif
 
 namespace {
 
@@ -62,9 +81,74 @@ bool VerifyCase(const bench::Case &c) {
 bool Verify() {
     bool ok = true;
     for (const bench::Case &c : bench::Cases()) {
-        ok = VerifyCase(c) && ok;
+        ok = (!c.floor || VerifyCase(c)) && ok;
     }
     return ok;
+}
+
+bool HasElements(const pugi::xml_node &node) {
+    return node.find_child([](const pugi::xml_node &n) { return n.type() == pugi::node_element; });
+}
+
+pugi::xml_node LastElement(const pugi::xml_node &node) {
+    pugi::xml_node last = node.last_child();
+    while (last && last.type() != pugi::node_element) {
+        last = last.previous_sibling();
+    }
+    return last;
+}
+
+// Elements below `node` and what it takes to visit them: one call per element
+// found or added and per attribute read or set, two per element whose
+// children are visited (into it and out again), and, in a document that is
+// read, one per element text.
+long LeastBelow(const pugi::xml_node &node, bool built) {
+    long calls = 0;
+    for (const pugi::xml_node &child : node.children()) {
+        if (child.type() != pugi::node_element) {
+            continue;
+        }
+        ++calls;
+        for (auto attr = child.first_attribute(); attr; attr = attr.next_attribute()) {
+            ++calls;
+        }
+        if (HasElements(child)) {
+            calls += 2 + LeastBelow(child, built);
+        } else if (!built && *child.child_value() != '\0') {
+            ++calls;
+        }
+    }
+    return calls;
+}
+
+// The fewest calls of the host's XML class a document needs: read whole
+// (set, then every part), or built (set with the declaration, every part
+// added with its text, printed). Nothing follows the last element of each
+// level on the way down from the root, so those need not be left.
+long Least(const std::string &text, bool built) {
+    pugi::xml_document doc;
+    if (text.empty() || !doc.load_buffer(text.data(), text.size())) {
+        return 0;
+    }
+    // Created and destroyed, set, and printed when built.
+    long calls = (built ? 4 : 3) + LeastBelow(doc, built);
+    for (pugi::xml_node last = LastElement(doc); last && HasElements(last);
+         last = LastElement(last)) {
+        --calls;
+    }
+    return calls;
+}
+
+int XmlLeast() {
+    std::printf("case,least\n");
+    for (const bench::Case &c : bench::Cases()) {
+        c.setup();
+        c.module(g_seq++);
+        const std::string sent = bench::TakeSent();
+        const long least = Least(c.request, false) + Least(sent, true);
+        std::printf("%s,%ld\n", c.name.c_str(), least);
+    }
+    return 0;
 }
 
 // What one open document of the host's XML class holds besides the XML
@@ -151,13 +235,19 @@ int Instr(const char *name, const char *side, int reps) {
         return 2;
     }
     const bool module = std::strcmp(side, "module") == 0;
-    c->setup();
     const auto &run = module ? c->module : c->floor;
+    if (!run) {
+        std::fprintf(stderr, "%s has no %s\n", name, side);
+        return 2;
+    }
+    c->setup();
     for (int i = 0; i < kWarmUpRuns; ++i) {
         run(g_seq++);
         oqsim::clear_sent();
     }
+    BENCH_INSTRUMENT(true);
     bench_measured_runs(run, reps);
+    BENCH_INSTRUMENT(false);
     return 0;
 }
 
@@ -165,6 +255,9 @@ void Register() {
     for (const bench::Case &c : bench::Cases()) {
         for (const char *side : {"module", "floor"}) {
             const bool module = std::strcmp(side, "module") == 0;
+            if (!module && !c.floor) {
+                continue;
+            }
             benchmark::RegisterBenchmark((c.name + "/" + side).c_str(),
                                          [&c, module](benchmark::State &state) {
                                              c.setup();
@@ -191,6 +284,17 @@ int main(int argc, char **argv) {
             std::printf("%s\n", c.name.c_str());
         }
         return 0;
+    }
+    if (mode == "--floors") {
+        for (const bench::Case &c : bench::Cases()) {
+            if (c.floor) {
+                std::printf("%s\n", c.name.c_str());
+            }
+        }
+        return 0;
+    }
+    if (mode == "--xml-least") {
+        return XmlLeast();
     }
     if (mode == "--verify") {
         return Verify() ? 0 : 1;

@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
-"""Tables of a bench run: module/floor ratios, growth of the large documents,
-peak heap per command and heap growth. Reads what scripts/bench collected in
-one directory and prints Markdown; with --readme FILE --section NAME it also
-replaces that section of FILE (between its begin and end markers)."""
+"""Tables of a bench run: where each case's instructions go (the module's
+own code, the C library, the host SDK, cJSON, the device), its calls of the
+XML class against the fewest its documents need, module against floor where
+a floor is kept, growth of the large documents, peak heap per command and
+heap growth. Reads what scripts/bench collected in one directory and prints
+Markdown; with --readme FILE --section NAME it also replaces that section of
+FILE (between its begin and end markers)."""
 
 import argparse
 import csv
@@ -11,14 +14,15 @@ import os
 import re
 import sys
 
-RATIO_LIMIT = 1.5
+# These cases must take fewer instructions than their floor.
+BELOW_FLOOR = {"query_users/500", "user_info_report/500"}
 # 500 users at most 11 times 50 users; 8 plans at most 8 * 1.1 times 1 plan.
 GROWTH_PAIRS = [
     ("query_users/500", "query_users/50", 11.0),
     ("query_alarm_plans/8", "query_alarm_plans/1", 8.8),
 ]
-# The poll is judged by the unchanged cycle only.
-NO_TARGET = {"poll/changed"}
+SPLIT_FIELDS = ["case", "total", "own", "libc", "xml", "host", "json", "device", "xml_calls",
+                "libc_top"]
 
 
 def load_times(path):
@@ -37,15 +41,28 @@ def load_times(path):
     return times
 
 
-def load_instr(path):
-    instr = {}
+def load_split(path):
     if not os.path.exists(path):
-        return instr
+        return {}
     with open(path) as f:
-        for row in csv.reader(f):
-            if len(row) == 3:
-                instr[f"{row[0]}/{row[1]}"] = float(row[2])
-    return instr
+        return {row["case"]: row for row in csv.DictReader(f, fieldnames=SPLIT_FIELDS)}
+
+
+def load_floors(path):
+    floors = {}
+    if os.path.exists(path):
+        with open(path) as f:
+            for row in csv.reader(f):
+                if len(row) == 3:
+                    floors[row[0]] = float(row[2])
+    return floors
+
+
+def load_least(path):
+    if not os.path.exists(path):
+        return {}
+    with open(path) as f:
+        return {row["case"]: int(row["least"]) for row in csv.DictReader(f)}
 
 
 def load_heap(path):
@@ -55,58 +72,83 @@ def load_heap(path):
         return list(csv.DictReader(f))
 
 
-def ratio(values, case):
-    m, f = values.get(f"{case}/module"), values.get(f"{case}/floor")
-    if m is None or not f:
-        return None
-    return m / f
-
-
 def fmt(value, digits=2):
     return "–" if value is None else f"{value:.{digits}f}"
 
 
-def verdict(*ratios):
-    known = [r for r in ratios if r is not None]
-    if not known:
-        return "–"
-    return "yes" if all(r <= RATIO_LIMIT for r in known) else "**no**"
+def num(value):
+    return "–" if value is None else f"{int(value):,}".replace(",", " ")
 
 
-def cases_in(times, instr):
+def cases_in(*sources):
     seen = []
-    for key in list(instr) + list(times):
-        case = key.rsplit("/", 1)[0]
-        if case not in seen:
-            seen.append(case)
+    for source in sources:
+        for key in source:
+            case = key.rsplit("/", 1)[0] if key.endswith(("/module", "/floor")) else key
+            if case not in seen:
+                seen.append(case)
     return seen
 
 
-def ratio_table(times, instr):
+def split_table(split, least, times):
     lines = [
-        "| case | instr module | instr floor | ratio | CPU µs module | CPU µs floor | ratio | ≤ 1.5 |",
-        "|---|---:|---:|---:|---:|---:|---:|:-:|",
+        "| case | module total | own code | C library | XML class | host services | cJSON "
+        "| device | XML calls | least | CPU µs |",
+        "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|",
     ]
-    for case in cases_in(times, instr):
-        ri, rt = ratio(instr, case), ratio(times, case)
-        im, ifl = instr.get(f"{case}/module"), instr.get(f"{case}/floor")
-        tm, tf = times.get(f"{case}/module"), times.get(f"{case}/floor")
-        target = "n/a" if case in NO_TARGET else verdict(ri, rt)
-        lines.append(
-            f"| {case} | {fmt(im, 0)} | {fmt(ifl, 0)} | {fmt(ri)} | {fmt(tm, 1)} | "
-            f"{fmt(tf, 1)} | {fmt(rt)} | {target} |")
+    for case, row in split.items():
+        cells = [num(row[k]) for k in ("total", "own", "libc", "xml", "host", "json", "device")]
+        lines.append(f"| {case} | " + " | ".join(cells) + f" | {num(row['xml_calls'])} | "
+                     f"{num(least.get(case))} | {fmt(times.get(f'{case}/module'), 1)} |")
     return lines
 
 
-def growth_table(times, instr):
+def libc_table(split):
+    lines = ["| case | C-library calls that cost most (instructions per run) |", "|---|---|"]
+    for case, row in split.items():
+        calls = ", ".join(f"`{name}` {num(cost)}" for name, cost in
+                          (item.rsplit(":", 1) for item in row["libc_top"].split(";")))
+        lines.append(f"| {case} | {calls or '–'} |")
+    return lines
+
+
+def times_table(times):
+    lines = ["| case | CPU µs |", "|---|---:|"]
+    for case in cases_in(times):
+        lines.append(f"| {case} | {fmt(times.get(f'{case}/module'), 1)} |")
+    return lines
+
+
+def ratio(a, b):
+    return a / b if a is not None and b else None
+
+
+def floor_table(split, floors, times):
+    lines = [
+        "| case | instr module | instr floor | ratio | CPU µs module | CPU µs floor | ratio "
+        "| target |",
+        "|---|---:|---:|---:|---:|---:|---:|:-:|",
+    ]
+    for case in cases_in({k: 0 for k in times if k.endswith("/floor")}, floors):
+        im = float(split[case]["total"]) if case in split else None
+        ifl = floors.get(case)
+        tm, tf = times.get(f"{case}/module"), times.get(f"{case}/floor")
+        ri, rt = ratio(im, ifl), ratio(tm, tf)
+        target = "–"
+        if case in BELOW_FLOOR and ri is not None:
+            target = "below: yes" if ri < 1 else "below: **no**"
+        lines.append(f"| {case} | {num(im)} | {num(ifl)} | {fmt(ri)} | {fmt(tm, 1)} | "
+                     f"{fmt(tf, 1)} | {fmt(rt)} | {target} |")
+    return lines
+
+
+def growth_table(split, times):
     lines = ["| larger / smaller | instr | CPU time | limit |", "|---|---:|---:|---:|"]
     for big, small, limit in GROWTH_PAIRS:
         gi = None
-        gt = None
-        if instr.get(f"{small}/module"):
-            gi = instr.get(f"{big}/module", 0) / instr[f"{small}/module"]
-        if times.get(f"{small}/module"):
-            gt = times.get(f"{big}/module", 0) / times[f"{small}/module"]
+        if big in split and small in split:
+            gi = ratio(float(split[big]["total"]), float(split[small]["total"]))
+        gt = ratio(times.get(f"{big}/module"), times.get(f"{small}/module"))
         lines.append(f"| {big} / {small} | {fmt(gi)} | {fmt(gt)} | {limit:g} |")
     return lines
 
@@ -125,16 +167,27 @@ def heap_table(rows):
 
 def report(directory, title):
     times = load_times(os.path.join(directory, "times.json"))
-    instr = load_instr(os.path.join(directory, "instr.csv"))
+    split = load_split(os.path.join(directory, "split.csv"))
+    floors = load_floors(os.path.join(directory, "floor.csv"))
+    least = load_least(os.path.join(directory, "xml_least.csv"))
     heap = load_heap(os.path.join(directory, "heap.csv"))
     out = [f"### {title}", ""]
     machine = os.path.join(directory, "machine.txt")
     if os.path.exists(machine):
         with open(machine) as f:
             out += [f"Machine: {f.read().strip()}", ""]
-    out += ratio_table(times, instr) + [""]
+    if split:
+        out += ["Instructions per run of each case, by where they are spent; XML calls are "
+                "the module's calls of the XML class, least the fewest its documents need:", ""]
+        out += split_table(split, least, times) + [""]
+        out += libc_table(split) + [""]
+    else:
+        out += ["Median CPU time of each case:", ""]
+        out += times_table(times) + [""]
+    out += ["Module against floor:", ""]
+    out += floor_table(split, floors, times) + [""]
     out += ["Cost of the largest documents against the smaller ones (module):", ""]
-    out += growth_table(times, instr) + [""]
+    out += growth_table(split, times) + [""]
     if heap:
         out += ["Peak heap of one command, in bytes; budget = records + 2 × (text + 1) + XML "
                 "(the XML library's pages, the document objects of the host's XML class "

@@ -1,55 +1,64 @@
 #include "handlers/decimal_text.h"
 
-#include <charconv>
 #include <cstring>
 
 namespace norla {
+namespace {
 
-DecimalText::DecimalText(char *buf, std::size_t size) noexcept : m_buf(buf), m_size(size) {
-    if (m_size > 0) {
-        m_buf[0] = '\0';
+constexpr uint32_t kRadix = 10;
+constexpr std::size_t kMaxDigits = 10;
+
+std::size_t DigitCount(uint32_t magnitude) noexcept {
+    std::size_t digits = 1;
+    for (uint64_t bound = kRadix; digits < kMaxDigits && magnitude >= bound; bound *= kRadix) {
+        ++digits;
+    }
+    return digits;
+}
+
+// Writes the text of `len` characters that ends at `end`: digits from the
+// right, zeros up to the sign.
+void Compose(char *end, std::size_t len, uint32_t magnitude, bool negative) noexcept {
+    char *const start = end - len;
+    char *p = end;
+    do {
+        *--p = static_cast<char>('0' + magnitude % kRadix);
+        magnitude /= kRadix;
+    } while (magnitude != 0);
+    while (p > start + (negative ? 1 : 0)) {
+        *--p = '0';
+    }
+    if (negative) {
+        *start = '-';
     }
 }
 
-void DecimalText::Put(const char *text, std::size_t len) noexcept {
-    if (m_len + 1 < m_size) {
-        const std::size_t room = m_size - 1 - m_len;
-        const std::size_t kept = len < room ? len : room;
+}  // namespace
+
+DecimalText &DecimalText::AnyInt(int32_t value, unsigned int width) noexcept {
+    const bool negative = value < 0;
+    const uint32_t magnitude =
+        negative ? 0u - static_cast<uint32_t>(value) : static_cast<uint32_t>(value);
+    const std::size_t wanted = width < kIntTextLen ? width : kIntTextLen;
+    std::size_t len = DigitCount(magnitude) + (negative ? 1 : 0);
+    len = len < wanted ? wanted : len;
+    if (m_len + len < m_size) {
+        // The whole text and its terminator fit: straight into the buffer.
+        Compose(m_buf + m_len + len, len, magnitude, negative);
+        m_buf[m_len + len] = '\0';
+    } else if (m_len + 1 < m_size) {
+        char text[kIntTextLen];
+        Compose(text + len, len, magnitude, negative);
+        const std::size_t kept = m_size - 1 - m_len;
         std::memcpy(m_buf + m_len, text, kept);
         m_buf[m_len + kept] = '\0';
     }
     m_len += len;
-}
-
-DecimalText &DecimalText::Int(int32_t value, unsigned int width) noexcept {
-    // Sign, zeros, digits: at most kIntTextLen zeros and eleven characters.
-    char text[2 * kIntTextLen];
-    char *digits = text + kIntTextLen;
-    char *end = std::to_chars(digits, text + sizeof text, value).ptr;
-    const std::size_t len = static_cast<std::size_t>(end - digits);
-    const std::size_t wanted = width < kIntTextLen ? width : kIntTextLen;
-    if (len < wanted) {
-        const std::size_t zeros = wanted - len;
-        const bool negative = value < 0;
-        // The sign moves in front of the zeros.
-        digits[0] = negative ? '0' : digits[0];
-        digits -= zeros;
-        std::memset(digits, '0', zeros);
-        digits[0] = negative ? '-' : '0';
-    }
-    Put(digits, static_cast<std::size_t>(end - digits));
-    return *this;
-}
-
-DecimalText &DecimalText::Char(char c) noexcept {
-    Put(&c, 1);
     return *this;
 }
 
 std::size_t IntText(int32_t value, char (&text)[kIntTextLen]) noexcept {
-    char *end = std::to_chars(text, text + kIntTextLen - 1, value).ptr;
-    *end = '\0';
-    return static_cast<std::size_t>(end - text);
+    return DecimalText(text, kIntTextLen).Int(value).Length();
 }
 
 }  // namespace norla

@@ -1,6 +1,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <set>
 
 #include "oqdev_kernel.h"
 #include "oqdev_sim.h"
@@ -16,14 +17,20 @@ const char kDefaultSubSerial[] = "SIMLOCK0001";
 struct Fault {
     int code = 0;
     int remaining = 0;
+    int passes = 0;  // calls that go through before the fault starts
 
-    void set(int newCode, int count) {
+    void set(int newCode, int count, int after = 0) {
         code = newCode;
         remaining = newCode == 0 ? 0 : count;
+        passes = newCode == 0 ? 0 : after;
     }
     // The code this call answers, 0 when none.
     int take() {
         if (code == 0 || remaining == 0) {
+            return 0;
+        }
+        if (passes > 0) {
+            --passes;
             return 0;
         }
         if (remaining > 0) {
@@ -45,6 +52,7 @@ struct KernelState {
     Fault sendFault;
     bool asleep = false;
     std::map<std::string, std::string> devinfo{{kDefaultSubSerialKey, kDefaultSubSerial}};
+    std::set<std::string> absent;
 };
 
 std::mutex g_lock;
@@ -128,9 +136,9 @@ void kernel_fail_redirect_at(int index, int code) {
     }
 }
 
-void kernel_fail_send(int code, int count) {
+void kernel_fail_send(int code, int count, int after) {
     std::lock_guard<std::mutex> lock(g_lock);
-    g_kernel.sendFault.set(code, count);
+    g_kernel.sendFault.set(code, count, after);
 }
 
 void set_sleep(bool asleep) {
@@ -141,6 +149,13 @@ void set_sleep(bool asleep) {
 void set_devinfo(const std::string &key, const std::string &value) {
     std::lock_guard<std::mutex> lock(g_lock);
     g_kernel.devinfo[key] = value;
+    g_kernel.absent.erase(key);
+}
+
+void set_devinfo_absent(const std::string &key) {
+    std::lock_guard<std::mutex> lock(g_lock);
+    g_kernel.devinfo.erase(key);
+    g_kernel.absent.insert(key);
 }
 
 int deliver(int cmd, uint32_t seq, const std::string &body) {
@@ -192,6 +207,7 @@ void kernel_reset() noexcept {
     g_kernel.sendFault = Fault{};
     g_kernel.asleep = false;
     g_kernel.devinfo.clear();
+    g_kernel.absent.clear();
     try {
         g_kernel.devinfo[kDefaultSubSerialKey] = kDefaultSubSerial;
     } catch (...) {
@@ -297,6 +313,9 @@ extern "C" const char *oqdev_sdk_kernel_getdevinfo_bykey(const char *pszKey) {
     }
     try {
         std::lock_guard<std::mutex> lock(g_lock);
+        if (g_kernel.absent.count(pszKey) != 0) {
+            return nullptr;
+        }
         auto it = g_kernel.devinfo.find(pszKey);
         return it == g_kernel.devinfo.end() ? "" : it->second.c_str();
     } catch (...) {

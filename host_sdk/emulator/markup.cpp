@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <climits>
 #include <cstdio>
@@ -10,6 +11,7 @@
 
 #include "CMarkupSTL.h"
 #include "oqdev_sim.h"
+#include "sim_internal.h"
 
 namespace {
 
@@ -27,6 +29,37 @@ struct IntText {
     explicit IntText(int value) { *std::to_chars(text, text + sizeof text - 1, value).ptr = '\0'; }
     char text[kIntTextSize];
 };
+
+// The armed fault of oqsim::xml_fail_at; -1 when none.
+struct XmlFaultState {
+    std::atomic<int> kind{-1};
+    std::atomic<long> at{0};
+    std::atomic<long> calls{0};
+    std::atomic<bool> met{false};
+};
+XmlFaultState g_xmlFault;
+
+// Called first by every member with the kind of operation it is (kThrow for
+// those only a throwing fault counts). True when this call is to fail; a
+// throwing fault throws from here.
+bool Faulted(oqsim::XmlFault op) {
+    const int kind = g_xmlFault.kind.load(std::memory_order_relaxed);
+    if (kind < 0) {
+        return false;
+    }
+    const bool throwing = kind == static_cast<int>(oqsim::XmlFault::kThrow);
+    if (!throwing && kind != static_cast<int>(op)) {
+        return false;
+    }
+    if (g_xmlFault.calls.fetch_add(1) + 1 != g_xmlFault.at.load()) {
+        return false;
+    }
+    g_xmlFault.met.store(true);
+    if (throwing) {
+        throw std::bad_alloc();
+    }
+    return true;
+}
 
 void *DefaultAlloc(size_t size) {
     return std::malloc(size);
@@ -457,9 +490,10 @@ struct CMarkupSTL::Impl {
     std::string m_declLong;
 };
 
-CMarkupSTL::CMarkupSTL() : m_pImpl(new (std::nothrow) Impl) {}
+CMarkupSTL::CMarkupSTL() : m_pImpl((Faulted(oqsim::XmlFault::kThrow), new (std::nothrow) Impl)) {}
 
-CMarkupSTL::CMarkupSTL(const char *pszDoc) : m_pImpl(new (std::nothrow) Impl) {
+CMarkupSTL::CMarkupSTL(const char *pszDoc)
+    : m_pImpl((Faulted(oqsim::XmlFault::kThrow), new (std::nothrow) Impl)) {
     SetDoc(pszDoc);
 }
 
@@ -469,9 +503,10 @@ bool CMarkupSTL::SetDoc(const char *pszDoc) {
     if (!m_pImpl) {
         return false;
     }
+    const bool faulted = Faulted(oqsim::XmlFault::kSet);
     Impl &d = *m_pImpl;
     d.Clear();
-    if (pszDoc == nullptr) {
+    if (pszDoc == nullptr || faulted) {
         return false;
     }
     try {
@@ -501,7 +536,7 @@ bool CMarkupSTL::SetDoc(const char *pszDoc) {
 }
 
 std::string CMarkupSTL::GetDoc() const {
-    if (!m_pImpl) {
+    if (Faulted(oqsim::XmlFault::kThrow) || !m_pImpl) {
         return std::string();
     }
     try {
@@ -517,7 +552,7 @@ std::string CMarkupSTL::GetDoc() const {
 }
 
 bool CMarkupSTL::FindElem(const char *pszName, bool bFromFirst) {
-    if (!m_pImpl) {
+    if (Faulted(oqsim::XmlFault::kFind) || !m_pImpl) {
         return false;
     }
     Impl &d = *m_pImpl;
@@ -532,7 +567,7 @@ bool CMarkupSTL::FindElem(const char *pszName, bool bFromFirst) {
 }
 
 bool CMarkupSTL::IntoElem() {
-    if (!m_pImpl || !m_pImpl->main) {
+    if (Faulted(oqsim::XmlFault::kThrow) || !m_pImpl || !m_pImpl->main) {
         return false;
     }
     m_pImpl->level = m_pImpl->main;
@@ -541,7 +576,7 @@ bool CMarkupSTL::IntoElem() {
 }
 
 bool CMarkupSTL::OutOfElem() {
-    if (!m_pImpl || m_pImpl->AtTop()) {
+    if (Faulted(oqsim::XmlFault::kThrow) || !m_pImpl || m_pImpl->AtTop()) {
         return false;
     }
     m_pImpl->main = m_pImpl->level;
@@ -550,14 +585,14 @@ bool CMarkupSTL::OutOfElem() {
 }
 
 void CMarkupSTL::ResetPos() {
-    if (m_pImpl) {
+    if (!Faulted(oqsim::XmlFault::kThrow) && m_pImpl) {
         m_pImpl->level = m_pImpl->doc;
         m_pImpl->main = pugi::xml_node();
     }
 }
 
 bool CMarkupSTL::x_AddElem(const char *pszName, const char *pszData) {
-    if (!m_pImpl || pszName == nullptr || *pszName == '\0') {
+    if (Faulted(oqsim::XmlFault::kAdd) || !m_pImpl || pszName == nullptr || *pszName == '\0') {
         return false;
     }
     Impl &d = *m_pImpl;
@@ -588,7 +623,7 @@ bool CMarkupSTL::x_AddElem(const char *pszName, int iData) {
 }
 
 std::string CMarkupSTL::x_GetData() const {
-    if (!m_pImpl || !m_pImpl->main) {
+    if (Faulted(oqsim::XmlFault::kThrow) || !m_pImpl || !m_pImpl->main) {
         return std::string();
     }
     try {
@@ -604,7 +639,7 @@ std::string CMarkupSTL::x_GetData() const {
 }
 
 bool CMarkupSTL::x_SetData(const char *pszData) {
-    if (!m_pImpl || !m_pImpl->main) {
+    if (Faulted(oqsim::XmlFault::kSet) || !m_pImpl || !m_pImpl->main) {
         return false;
     }
     pugi::xml_node &main = m_pImpl->main;
@@ -636,7 +671,7 @@ bool CMarkupSTL::x_SetData(int iData) {
 }
 
 std::string CMarkupSTL::x_GetAttrib(const char *pszName) const {
-    if (!m_pImpl || !m_pImpl->main || pszName == nullptr) {
+    if (Faulted(oqsim::XmlFault::kThrow) || !m_pImpl || !m_pImpl->main || pszName == nullptr) {
         return std::string();
     }
     try {
@@ -647,7 +682,7 @@ std::string CMarkupSTL::x_GetAttrib(const char *pszName) const {
 }
 
 bool CMarkupSTL::x_SetAttrib(const char *pszName, const char *pszValue) {
-    if (!m_pImpl || !m_pImpl->main || pszName == nullptr || *pszName == '\0') {
+    if (Faulted(oqsim::XmlFault::kSet) || !m_pImpl || !m_pImpl->main || pszName == nullptr || *pszName == '\0') {
         return false;
     }
     pugi::xml_node &main = m_pImpl->main;
@@ -669,7 +704,7 @@ bool CMarkupSTL::x_SetAttrib(const char *pszName, int iValue) {
 }
 
 std::string CMarkupSTL::GetTagName() const {
-    if (!m_pImpl || !m_pImpl->main) {
+    if (Faulted(oqsim::XmlFault::kThrow) || !m_pImpl || !m_pImpl->main) {
         return std::string();
     }
     try {
@@ -688,5 +723,27 @@ void xml_set_alloc_hooks(void *(*alloc)(size_t), void (*dealloc)(void *)) {
     }
     pugi::set_memory_management_functions(alloc, dealloc);
 }
+
+void xml_fail_at(XmlFault kind, long n) {
+    g_xmlFault.kind.store(-1);
+    g_xmlFault.calls.store(0);
+    g_xmlFault.met.store(false);
+    g_xmlFault.at.store(n);
+    if (n > 0) {
+        g_xmlFault.kind.store(static_cast<int>(kind));
+    }
+}
+
+bool xml_fault_met() {
+    return g_xmlFault.met.load();
+}
+
+namespace detail {
+
+void xml_reset() noexcept {
+    xml_fail_at(XmlFault::kThrow, 0);
+}
+
+}  // namespace detail
 
 }  // namespace oqsim

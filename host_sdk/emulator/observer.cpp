@@ -52,6 +52,7 @@ void reset() {
     detail::log_reset();
     detail::clock_reset();
     detail::observer_reset();
+    detail::xml_reset();
 }
 
 namespace detail {

@@ -49,6 +49,7 @@ void log_reset() noexcept;
 void clock_reset() noexcept;
 void observer_reset() noexcept;
 void live_reset() noexcept;
+void xml_reset() noexcept;
 
 }  // namespace detail
 }  // namespace oqsim

@@ -93,6 +93,9 @@ void timer_fail_add(bool fail) {
 }
 
 void tick() {
+    if (!timer_running()) {
+        return;
+    }
     std::vector<int> ids;
     try {
         ids = SnapshotIds();

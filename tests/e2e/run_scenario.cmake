@@ -1,8 +1,11 @@
 # Plays one scenario with doorlock-sim --json and compares the output with
-# its golden file, or rewrites the golden file (MODE=regen).
+# its golden file, or rewrites the golden file (MODE=regen). With
+# FORMAT=transcript the golden is the transcript for people instead, for
+# scenarios whose JSON lines would be large.
 #
 # -DSIM=path -DEMULATOR=prefix (list joined with '|', may be empty)
 # -DSCENARIO=path -DGOLDEN=path.jsonl -DACTUAL=path [-DCHECKER=path] [-DMODE=regen]
+# [-DFORMAT=transcript]
 #
 # A scenario with a NAME.err file next to it must stop with exit status 2 and
 # exactly that text on standard error; regen writes the file for such a run. The simulator runs in the scenario's
@@ -14,8 +17,12 @@ get_filename_component(file "${SCENARIO}" NAME)
 get_filename_component(base "${SCENARIO}" NAME_WLE)
 set(expected_err "${dir}/${base}.err")
 
+set(format --json)
+if(FORMAT STREQUAL "transcript")
+    set(format "")
+endif()
 execute_process(
-    COMMAND ${emulator} "${SIM}" --json "${file}"
+    COMMAND ${emulator} "${SIM}" ${format} "${file}"
     WORKING_DIRECTORY "${dir}"
     OUTPUT_VARIABLE out
     ERROR_VARIABLE err

@@ -36,7 +36,8 @@ TEST_F(DecimalTextTest, IntsMatchPrintfInEveryBufferSize) {
     const Field fields[] = {
         {0, 0},    {7, 0},     {-7, 0},    {7, 2},   {-7, 2}, {-7, 4},        {59, 2},
         {123, 2},  {-123, 4},  {1901, 4},  {38, 4},  {0, 4},  {kMax, 0},      {kMin, 0},
-        {kMin, 2}, {kMin, 12}, {kMax, 12}, {-1, 12}, {10, 1}, {kMin + 1, 11},
+        {kMin, 2}, {kMin, 12}, {kMax, 12}, {-1, 12}, {10, 1}, {kMin + 1, 11}, {99, 0},
+        {0, 2},    {5, 1},     {100, 0},   {-1, 2},
     };
     for (const Field &field : fields) {
         for (std::size_t size = 0; size <= kSizes; ++size) {

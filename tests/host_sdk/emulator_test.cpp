@@ -93,6 +93,10 @@ TEST_F(Emulator, KernelKeepsItsOwnCopiesAndAnswersTheChosenFaults) {
     }
     oqsim::clear_sent();
     EXPECT_TRUE(oqsim::sent().empty());
+    oqsim::kernel_fail_send(-9, 1, 2);
+    EXPECT_EQ((Results{Send(1, "a"), Send(2, "b"), Send(3, "c"), Send(4, "d")}),
+              (Results{0, 0, -9, 0}));
+    oqsim::clear_sent();
 
     oqsim::kernel_fail_redirect_at(1, -3);
     oqdev_redirect_reg_s reg{};
@@ -156,6 +160,9 @@ TEST_F(Emulator, TimerRunsJobsInIdOrderAndOnceJobsGoAway) {
     EXPECT_EQ(oqdev_timer_add_element(timer, "d", 1, 1, once), 2) << "ids are not reused";
     EXPECT_EQ(oqdev_timer_fini(), 0);
     EXPECT_FALSE(oqsim::timer_running());
+    g_calls.clear();
+    oqsim::tick();
+    EXPECT_TRUE(g_calls.empty()) << "jobs stop with the service";
 }
 
 TEST_F(Emulator, DeviceInformationSleepLogClockAndObserverUntilReset) {
@@ -164,6 +171,9 @@ TEST_F(Emulator, DeviceInformationSleepLogClockAndObserverUntilReset) {
     oqsim::set_devinfo("dev_subserial", "X9");
     EXPECT_STREQ(oqdev_sdk_kernel_getdevinfo_bykey("dev_subserial"), "X9");
     EXPECT_STREQ(oqdev_sdk_kernel_getdevinfo_bykey(nullptr), "");
+    EXPECT_STREQ(oqdev_sdk_kernel_getdevinfo_bykey("dev_other"), "");
+    oqsim::set_devinfo_absent("dev_subserial");
+    EXPECT_EQ(oqdev_sdk_kernel_getdevinfo_bykey("dev_subserial"), nullptr);
     oqsim::set_sleep(true);
     EXPECT_NE(oqdev_get_sleep_status(), 0);
     oqdev_debug(1, "Send:%#x\n", 0x490c);

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -210,6 +211,57 @@ TEST(Markup, AttributeWhoseNameCannotBeStoredIsNotAdded) {
         const std::string doc = xml.GetDoc();
         EXPECT_TRUE(CMarkupSTL().SetDoc(doc.c_str())) << doc.substr(doc.size() - 80);
     }
+}
+
+// A chosen operation fails once and changes nothing; a throwing fault throws
+// from any member, constructors included.
+TEST(Markup, InjectedFaultsStrikeTheNthCallOfTheirKindOnce) {
+    using oqsim::XmlFault;
+    const struct {
+        const char *name;
+        XmlFault fault;
+        long n;
+        const char *doc;  // after the steps below
+    } cases[] = {
+        {"second add", XmlFault::kAdd, 2, "<R><A>1</A><C x=\"1\"/></R>"},
+        {"first set (the parse)", XmlFault::kSet, 1, ""},
+        {"second set (the attribute)", XmlFault::kSet, 2, "<R><A>1</A><B>2</B><C/></R>"},
+        {"second find", XmlFault::kFind, 2, "<R><A>1</A><B>2</B><C x=\"1\"/></R>"},
+        {"disarmed", XmlFault::kAdd, 0, "<R><A>1</A><B>2</B><C x=\"1\"/></R>"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        CMarkupSTL xml;
+        oqsim::xml_fail_at(c.fault, c.n);
+        if (xml.SetDoc("<R/>") && xml.FindElem("R") && xml.IntoElem()) {
+            xml.x_AddElem("A", "1");
+            xml.x_AddElem("B", "2");
+            xml.x_AddElem("C");
+            xml.x_SetAttrib("x", 1);
+            EXPECT_EQ(xml.FindElem("C", true), c.fault != XmlFault::kFind);
+        }
+        EXPECT_EQ(oqsim::xml_fault_met(), c.n > 0);
+        oqsim::xml_fail_at(c.fault, 0);
+        EXPECT_EQ(xml.GetDoc(), c.doc);
+    }
+    for (long n = 1; n <= 4; ++n) {
+        oqsim::xml_fail_at(XmlFault::kThrow, n);
+        int reached = 0;
+        try {
+            CMarkupSTL xml;
+            ++reached;
+            xml.SetDoc("<R/>");
+            ++reached;
+            xml.FindElem("R");
+            ++reached;
+            (void)xml.GetDoc();
+            ++reached;
+        } catch (const std::bad_alloc &) {
+        }
+        EXPECT_EQ(reached, n - 1) << "call " << n;
+    }
+    oqsim::reset();
+    EXPECT_FALSE(oqsim::xml_fault_met());
 }
 
 }  // namespace

@@ -54,11 +54,15 @@ void kernel_fail_load(int code);
 void kernel_fail_redirect(int code);  // every registration
 void kernel_fail_redirect_at(int index,
                              int code);  // the index-th registration (0-based) since reset
-void kernel_fail_send(int code, int count = -1);
+// Sends: the first `after` sends from now go through, then `count` fail.
+void kernel_fail_send(int code, int count = -1, int after = 0);
 
 void set_sleep(bool asleep);
 void set_devinfo(const std::string &key,
                  const std::string &value);  // "dev_subserial" defaults to "SIMLOCK0001"
+// The key is missing: its lookup answers null, as a real host may, until set
+// again.
+void set_devinfo_absent(const std::string &key);
 
 // Plays the platform: calls the loaded domain's callbacks. Returns the
 // callback's result, or -1 when no domain is loaded.
@@ -94,6 +98,8 @@ struct TimerJob {
     int mode;
     oqdev_timer_job_fn fn;
 };
+// Jobs run only while the service runs (between oqdev_timer_init and
+// oqdev_timer_fini).
 bool timer_running();
 int timer_init_calls();
 int timer_fini_calls();
@@ -135,6 +141,16 @@ std::string json_quote(const std::string &text);
 // count and fail them; null restores malloc and free. Install them only while
 // no document exists.
 void xml_set_alloc_hooks(void *(*alloc)(size_t), void (*dealloc)(void *));
+// Faults of single operations, counted from arming on: the n-th (1-based)
+// call among those `kind` names fails once. kThrow: any member (and the
+// constructors) throws std::bad_alloc, as a class built on std::string does;
+// kAdd: x_AddElem, kSet: SetDoc, x_SetData and x_SetAttrib, kFind: FindElem
+// answer false and change nothing (a failed SetDoc leaves an empty document).
+// n <= 0 disarms; reset() too.
+enum class XmlFault { kThrow, kAdd, kSet, kFind };
+void xml_fail_at(XmlFault kind, long n);
+// The armed fault has struck.
+bool xml_fault_met();
 
 // ----- live mode -----
 // Background threads as on a device: a kernel routing thread fed by a queue
