@@ -135,7 +135,9 @@ int DoorLock_send_msg_to_platform(CMarkupSTL &xml, int cmdId, const char *versio
 
 int DoorLock_xml_init_report(CMarkupSTL &xml) {
     DoorLock_xml_init_req(xml);
-    if (!xml.x_AddElem("DevSerial", oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey)) ||
+    // A host without the key answers null; the element is then empty.
+    const char *serial = oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey);
+    if (!xml.x_AddElem("DevSerial", serial != nullptr ? serial : "") ||
         !xml.x_AddElem("Authorization")) {
         oqdev_debug(kLogError, "Failed to build report of DoorLock.\n");
         return -1;

@@ -1,6 +1,8 @@
 // Every operation of the table, with each thing that can go wrong in turn:
 // each allocation (the module's, cJSON's or the XML class's), each device call
-// with several codes, and each part of each request taken away. The answer
+// with several codes, each send to the kernel, each call of the XML class
+// (failing or throwing), the device's serial missing, and each part of each
+// request taken away. The answer
 // must be one the contract lists, nothing may be held afterwards and the next
 // clean call must be answered as before.
 #include <pugixml.hpp>
@@ -16,8 +18,9 @@
 namespace robust {
 namespace {
 
-// No operation comes near this; reaching it means the loop cannot end.
+// No operation comes near these; reaching one means the loop cannot end.
 constexpr long kMaxAllocations = 400;
+constexpr long kMaxXmlCalls = 2000;
 constexpr size_t kLogShown = 2000;
 // 0x1004 and the users-full refusal carry 4 in their low 12 bits; the named
 // refusals are the ones some commands pass on under codes of their own.
@@ -182,6 +185,121 @@ TEST_P(DeviceFaultLoop, EveryFailedDeviceCallIsAnsweredAsTheContractSays) {
     }
 }
 
+// The kernel refuses the i-th message the operation sends: the failure is
+// logged, a command's route and a status report answer -1, and nothing else
+// changes.
+TEST_P(DeviceFaultLoop, EveryRefusedSendIsLoggedAndAnsweredAsFailed) {
+    const Operation &op = GetParam();
+    Prepare();
+    const Outcome clean = Run();
+    const Outcome cleanAgain = Run(true);
+    for (size_t i = 0; i < clean.sent.size(); ++i) {
+        for (const int code : {-1, 0x5001}) {
+            SCOPED_TRACE("send " + std::to_string(i) + " refused with " + std::to_string(code));
+            Prepare();
+            oqsim::kernel_fail_send(code, 1, static_cast<int>(i));
+            const Outcome out = Run();
+            oqsim::kernel_fail_send(0);
+            EXPECT_EQ(out.sent, clean.sent) << "the same messages, one of them refused";
+            char line[128];
+            std::snprintf(line, sizeof line,
+                          "Failed to send msg to platform, by cmdid[%#x] in door_lock domain ret "
+                          "%#x.\n",
+                          static_cast<unsigned int>(oqsim::sent().at(i).rec.iCmdId),
+                          static_cast<unsigned int>(code));
+            EXPECT_TRUE(Logged(line)) << line;
+            if (op.eKind == kCommand) {
+                EXPECT_EQ(out.iRoute, -1);
+            } else if (op.eKind == kStatus) {
+                EXPECT_EQ(out.iResult, -1);
+            }
+            EXPECT_EQ(out.calls.size(), clean.calls.size());
+            ExpectRecovered(cleanAgain);
+        }
+    }
+}
+
+// Without the device's serial (a host may have none) every document carries
+// an empty DevSerial and is otherwise what it was.
+TEST_P(DeviceFaultLoop, MissingSerialLeavesAnEmptyDevSerial) {
+    Prepare();
+    Outcome clean = Run();
+    Prepare();
+    oqsim::set_devinfo_absent(norla::kDevSerialKey);
+    const Outcome out = Run();
+    for (std::string &body : clean.sent) {
+        const std::string serial = "<DevSerial>SIMLOCK0001</DevSerial>";
+        for (size_t at = body.find(serial); at != std::string::npos; at = body.find(serial)) {
+            body.replace(at, serial.size(), "<DevSerial/>");
+        }
+    }
+    EXPECT_EQ(out.sent, clean.sent);
+    EXPECT_EQ(out.iResult, clean.iResult);
+}
+
+// What an operation answers when the host's XML class threw half way: as when
+// memory runs out, and nothing cut short goes out.
+void CheckThrown(const Operation &op, const Outcome &clean, const Outcome &out) {
+    SCOPED_TRACE("log:\n" + LogText().substr(0, kLogShown));
+    const auto &lines = oqsim::logs();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const oqsim::LogLine &line) {
+        return line.level == 1 && line.text.rfind("Exception in ", 0) == 0;
+    })) << "no word of the exception";
+    switch (op.eKind) {
+        case kCommand:
+            EXPECT_EQ(out.iResult, norla::kResultRefused);
+            EXPECT_TRUE(out.bHeaderOk);
+            break;
+        case kAnswer:
+            EXPECT_EQ(out.iRoute, -1);
+            break;
+        case kStatus:
+            EXPECT_TRUE(out.iResult == -1 || out.iResult == kNotReported) << out.iResult;
+            EXPECT_TRUE(out.sent.empty());
+            break;
+        case kInit:
+        case kJob:
+            EXPECT_TRUE(out.sent.empty() || out.sent == clean.sent);
+            break;
+    }
+}
+
+class XmlFaultLoop : public FaultLoop {};
+
+// Each call of the XML class in turn fails (an add, a set or a find answers
+// false) or throws std::bad_alloc.
+TEST_P(XmlFaultLoop, EveryFailedOrThrowingXmlCallIsAnsweredAsTheContractSays) {
+    using oqsim::XmlFault;
+    Prepare(true);
+    const Outcome clean = Run();
+    const Outcome cleanAgain = Run(true);
+    ASSERT_TRUE(Listed(GetParam().results, clean.iResult));
+    const struct {
+        XmlFault kind;
+        const char *name;
+    } kinds[] = {{XmlFault::kThrow, "throwing call"}};
+    for (const auto &kind : kinds) {
+        long n = 1;
+        for (; n <= kMaxXmlCalls; ++n) {
+            SCOPED_TRACE(std::string(kind.name) + " #" + std::to_string(n) + " fails");
+            Prepare(true);
+            oqsim::xml_fail_at(kind.kind, n);
+            const Outcome out = Run();
+            if (!out.bXmlFaultMet) {
+                break;
+            }
+            if (kind.kind == XmlFault::kThrow) {
+                CheckThrown(GetParam(), clean, out);
+            } else {
+                CheckAnswer(GetParam(), clean, out);
+            }
+            EXPECT_TRUE(CallsAmong(out, clean));
+            ExpectRecovered(cleanAgain);
+        }
+        EXPECT_LE(n, kMaxXmlCalls) << "the operation never ran out of XML calls";
+    }
+}
+
 // Applies the `index`-th removal below `parent` in document order: an element
 // removed, each of its attributes removed or left empty, a text emptied.
 bool RemovePart(pugi::xml_node parent, size_t &index, std::string &what) {
@@ -254,6 +372,7 @@ std::vector<Operation> TakingRequests() {
 
 INSTANTIATE_TEST_SUITE_P(Operations, AllocFaultLoop, ::testing::ValuesIn(Operations()), OpName);
 INSTANTIATE_TEST_SUITE_P(Operations, DeviceFaultLoop, ::testing::ValuesIn(Operations()), OpName);
+INSTANTIATE_TEST_SUITE_P(Operations, XmlFaultLoop, ::testing::ValuesIn(Operations()), OpName);
 INSTANTIATE_TEST_SUITE_P(Operations, RequestPartsLoop, ::testing::ValuesIn(TakingRequests()),
                          OpName);
 

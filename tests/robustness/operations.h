@@ -39,10 +39,12 @@ struct DevCall {
 
 struct Outcome {
     int iResult = 0;
+    int iRoute = 0;                 // commands and answers: what the data route returned
     int iChanged = 0;               // status items only
     std::vector<std::string> sent;  // bodies sent to the kernel, in order
     std::vector<DevCall> calls;
     bool bHeaderOk = true;  // responses carry the response id and the request's number
+    bool bXmlFaultMet = false;  // an armed XML-class fault struck during the operation
 };
 
 // Results below are the change check's for status items.
@@ -76,8 +78,10 @@ class FaultLoop : public dltest::ModuleTest, public ::testing::WithParamInterfac
   protected:
     // Fresh emulator, device and module, with the device's records in place,
     // the status caches reset and the device registered with the platform
-    // (except for Init, which the operation itself performs).
-    void Prepare();
+    // (except for Init, which the operation itself performs). With
+    // `fewRecords` every list holds two entries: enough to reach each place
+    // in a builder, few enough to fail each of its XML calls in turn.
+    void Prepare(bool fewRecords = false);
     // Runs the operation once, with `body` instead of its own when given. With
     // `alwaysReport` a status item reports even when its check found nothing.
     Outcome Run(bool alwaysReport = false, const char *body = nullptr);
