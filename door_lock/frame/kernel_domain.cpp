@@ -4,11 +4,11 @@
 #include <cstring>
 
 #include "frame/host_guard.h"
+#include "frame/module.h"
 #include "frame/text_field.h"
 #include "handlers/handlers.h"
 #include "messaging/round_trip.h"
 #include "oqdev_log.h"
-#include "status/registry.h"
 #include "vocabulary.h"
 
 namespace norla {

@@ -7,6 +7,9 @@
 #include <cstdlib>
 #include <memory>
 
+#include "oqdev_log.h"
+#include "vocabulary.h"
+
 namespace norla {
 
 // Replaces the module's allocator (tests count and fail allocations with it).
@@ -25,6 +28,12 @@ struct DoorLock_FreeDeleter {
 };
 template <typename T>
 using HeapPtr = std::unique_ptr<T, DoorLock_FreeDeleter>;
+
+// The one log line of a failed allocation; one caller's message has no full
+// stop.
+inline void DoorLock_LogMallocFailed(unsigned int size, bool fullStop = true) noexcept {
+    oqdev_debug(kLogError, "Failed to malloc mem, size=%u%s\n", size, fullStop ? "." : "");
+}
 
 // A zero-filled block of `size` bytes (at least sizeof(T)); null on failure.
 // The caller logs the failure with its own message.

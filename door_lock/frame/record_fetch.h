@@ -9,11 +9,6 @@
 
 namespace norla {
 
-// One caller's message has no full stop.
-inline void DoorLock_LogMallocFailed(unsigned int size, bool fullStop = true) noexcept {
-    oqdev_debug(kLogError, "Failed to malloc mem, size=%u%s\n", size, fullStop ? "." : "");
-}
-
 // Fetches the device record T into a fresh zero-filled block. Null when
 // either step fails, each logged: the allocation with the record's length,
 // the fetch with `fetchError`.

@@ -18,11 +18,6 @@ namespace {
 
 constexpr unsigned int kWeekdayTextLen = 32;
 
-// Slot-indexed messages of the lists.
-constexpr Missing InSlot(int slot) {
-    return Missing{true, slot};
-}
-
 // What does not scan keeps the allocation's zeros.
 int ParseDates(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) {
     for (int slot = 0; slot < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES; ++slot) {
@@ -99,7 +94,6 @@ int ParsePlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) {
 
 // Every non-zero code but delete reads a whole plan, as a change does.
 int ParseSetNotBackAlarmPlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *rec) {
-    // The body starts before the UserDefine element the round trip appended.
     int32_t value = 0;
     if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredInt(req, "Type", value)) {
         return -1;
@@ -118,57 +112,50 @@ int ParseSetNotBackAlarmPlan(CMarkupSTL &req, oqDevSDK_DoorLock_SetAlarmPlan_S *
     return ParsePlan(req, rec);
 }
 
-// The builders answer false as soon as the document cannot take an element or
-// attribute (its memory ran out); every level entered is left again.
-bool AddDates(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
-    if (!rsp.x_AddElem("DateList") || !rsp.IntoElem()) {
-        return false;
-    }
-    bool ok = true;
-    for (unsigned int i = 0; ok && i < plan.usDateNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES;
+void AddDates(DoorLock_XmlWriter &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
+    rsp.Elem("DateList").Into();
+    for (unsigned int i = 0; i < plan.usDateNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES;
          ++i) {
         const oqDevSDK_DoorLock_AlarmPeriod_S &period = plan.astDate[i];
-        ok = rsp.x_AddElem("Date") &&
-             SetHourMinuteAttrib(rsp, "Begin", period.iBeginHour, period.iBeginMinute) &&
-             SetHourMinuteAttrib(rsp, "End", period.iEndHour, period.iEndMinute);
+        rsp.Elem("Date");
+        SetHourMinuteAttrib(rsp, "Begin", period.iBeginHour, period.iBeginMinute);
+        SetHourMinuteAttrib(rsp, "End", period.iEndHour, period.iEndMinute);
     }
-    return rsp.OutOfElem() && ok;
+    rsp.Out();
 }
 
-bool AddUsers(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
-    if (!rsp.x_AddElem("UserList") || !rsp.IntoElem()) {
-        return false;
-    }
-    bool ok = true;
-    for (unsigned int i = 0; ok && i < plan.usUserNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS;
+void AddUsers(DoorLock_XmlWriter &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
+    rsp.Elem("UserList").Into();
+    for (unsigned int i = 0; i < plan.usUserNum && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS;
          ++i) {
         const oqDevSDK_DoorLock_AlarmUser_S &user = plan.astUser[i];
-        ok = rsp.x_AddElem("User") && rsp.x_SetAttrib("Index", user.usIndex + 1) &&
-             rsp.x_SetAttrib("Name", FieldText(user.szName).c_str());
+        rsp.Elem("User")
+            .Attr("Index", user.usIndex + 1)
+            .Attr("Name", FieldText(user.szName).c_str());
     }
-    return rsp.OutOfElem() && ok;
+    rsp.Out();
 }
 
-bool AddPlanEntry(CMarkupSTL &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
+void AddPlanEntry(DoorLock_XmlWriter &rsp, const oqDevSDK_DoorLock_AlarmPlanInfo_S &plan) {
     char weekday[kWeekdayTextLen] = {};
     WeekDay_Data2Str(plan.ucWeekday, weekday, kWeekdayTextLen);
-    if (!rsp.x_AddElem("Plan") || !rsp.x_SetAttrib("Index", plan.usIndex + 1) ||
-        !rsp.x_SetAttrib("Enable", plan.ucEnable) || !rsp.x_SetAttrib("Weekday", weekday) ||
-        !rsp.IntoElem()) {
-        return false;
-    }
-    const bool ok = AddDates(rsp, plan) && AddUsers(rsp, plan);
-    return rsp.OutOfElem() && ok;
+    rsp.Elem("Plan")
+        .Attr("Index", plan.usIndex + 1)
+        .Attr("Enable", plan.ucEnable)
+        .Attr("Weekday", weekday)
+        .Into();
+    AddDates(rsp, plan);
+    AddUsers(rsp, plan);
+    rsp.Out();
 }
 
 }  // namespace
 
-int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) {
+int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, DoorLock_XmlWriter &response) {
     auto rec = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetAlarmPlan_S>();
     if (!rec) {
         DoorLock_LogMallocFailed(ToDevice<oqDevSDK_DoorLock_SetAlarmPlan_S>::kLen);
-        FinishResponse(response, kResultRefused);
-        response.x_AddElem("Index", "0");
+        response.Elem("Index", "0");
         return kResultRefused;
     }
     int result = kResultOk;
@@ -179,25 +166,22 @@ int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, CMarkupSTL &response) {
         oqdev_debug(kLogError, "Failed to set NotBackAlarm plan.\n");
         result = kResultRefused;
     }
-    FinishResponse(response, result);
     AddIndexElem(response, rec->usIndex);
     return result;
 }
 
-int ReqHnd_QueryNotBackAlarmPlans(CMarkupSTL &request, CMarkupSTL &response) {
-    (void)request;
+int ReqHnd_QueryNotBackAlarmPlans(CMarkupSTL & /*request*/, DoorLock_XmlWriter &response) {
     auto list = DoorLock_FetchRecord<oqDevSDK_DoorLock_AlarmPlanList_S>(
         "Failed to get NotBackAlarmPlans info.\n");
     if (!list) {
-        return FinishResponse(response, kResultRefused);
+        return kResultRefused;
     }
-    FinishResponse(response, kResultOk);
     for (unsigned int i = 0; i < list->usCount && i < OQDEVSDK_DOORLOCK_MAX_ALARM_PLANS; ++i) {
-        if (!AddPlanEntry(response, list->astPlan[i])) {
-            // Out of memory half way through: the list must not pass for complete.
-            oqdev_debug(kLogError, "Failed to fill NotBackAlarmPlans info.\n");
-            return FinishResponse(response, kResultRefused);
-        }
+        AddPlanEntry(response, list->astPlan[i]);
+    }
+    // Out of memory half way through: the list must not pass for complete.
+    if (!response.Ok()) {
+        oqdev_debug(kLogError, "Failed to fill NotBackAlarmPlans info.\n");
     }
     return kResultOk;
 }

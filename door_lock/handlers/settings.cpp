@@ -75,47 +75,47 @@ const KeyValueTarget *FindKeyTarget(const char *key) {
 
 }  // namespace
 
-int ReqHnd_SetSwitchEnable(CMarkupSTL &request, CMarkupSTL &response) {
+int ReqHnd_SetSwitchEnable(CMarkupSTL &request, DoorLock_XmlWriter & /*response*/) {
     if (!FindRequiredElem(request, "Switch", true)) {
-        return FinishResponse(response, kResultBadRequest);
+        return kResultBadRequest;
     }
     int32_t platformType = 0;
     if (!ReadRequiredInt(request, "Type", platformType)) {
-        return FinishResponse(response, kResultBadRequest);
+        return kResultBadRequest;
     }
     oqDevSDK_DoorLock_SwitchCfg_S rec;
     std::memset(&rec, 0, sizeof rec);
     rec.iSwitchIndex = SwitchIndexOfType(platformType);
     if (rec.iSwitchIndex < 0) {
         oqdev_debug(kLogError, "Invalid switch type:%d\n", platformType);
-        return FinishResponse(response, kResultUnknownType);
+        return kResultUnknownType;
     }
     if (!ReadRequiredInt(request, "Enable", rec.iEnable) ||
         !ReadRequiredInt(request, "Channel", rec.iChannel)) {
-        return FinishResponse(response, kResultBadRequest);
+        return kResultBadRequest;
     }
     if (DoorLock_BusDev_Send(rec) != 0) {
         // One message for every switch type.
         oqdev_debug(kLogError, "Failed to set switch of door open remind.\n");
-        return FinishResponse(response, kResultRefused);
+        return kResultRefused;
     }
-    return FinishResponse(response, kResultOk);
+    return kResultOk;
 }
 
-int ReqHnd_SetKeyValue(CMarkupSTL &request, CMarkupSTL &response) {
+int ReqHnd_SetKeyValue(CMarkupSTL &request, DoorLock_XmlWriter & /*response*/) {
     if (!FindRequiredElem(request, "Type", true, kMissFullStop)) {
-        return FinishResponse(response, kResultBadRequest);
+        return kResultBadRequest;
     }
     char key[kKeyBufLen] = {};
     CopyText(key, request.x_GetData().c_str());
 
     if (!FindRequiredElem(request, "Value", true, kMissFullStop)) {
-        return FinishResponse(response, kResultBadRequest);
+        return kResultBadRequest;
     }
     const KeyValueTarget *target = FindKeyTarget(key);
     if (target == nullptr) {
         oqdev_debug(kLogError, "Invalid Key:%s\n", key);
-        return FinishResponse(response, kResultUnknownType);
+        return kResultUnknownType;
     }
 
     const int sent = target->pfnSend(request.x_GetData());
@@ -125,9 +125,9 @@ int ReqHnd_SetKeyValue(CMarkupSTL &request, CMarkupSTL &response) {
     if (sent != 0) {
         oqdev_debug(kLogError, "Failed to set key value, key=%s, value=%s\n", key,
                     request.x_GetData().c_str());
-        return FinishResponse(response, kResultRefused);
+        return kResultRefused;
     }
-    return FinishResponse(response, kResultOk);
+    return kResultOk;
 }
 
 }  // namespace norla

@@ -19,24 +19,11 @@ namespace {
 constexpr int32_t kUnlimitedUses = -1;
 
 // The lock's own refusals reach the platform under codes of their own.
-struct RefusalMap {
-    int device;
-    int platform;
-};
-constexpr RefusalMap kRefusals[] = {
+constexpr DoorLock_Refusal_S kSnapRefusals[] = {
     {OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_FULL, kResultSnapFull},
     {OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_UNKNOWN, kResultSnapUnknown},
     {OQDEVSDK_DOORLOCK_DEV_ERR_SNAP_PWD_LIMIT, kResultSnapLimit},
 };
-
-int MapDeviceRefusal(int ret) {
-    for (const RefusalMap &row : kRefusals) {
-        if (row.device == ret) {
-            return row.platform;
-        }
-    }
-    return kResultRefused;
-}
 
 int ParseCreate(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
     rec->usIndex = 0;
@@ -67,7 +54,6 @@ int ParseCreate(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
 
 // Only create and delete exist; code 1 is refused like any unknown code.
 int ParseSetSnapPassword(CMarkupSTL &req, oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
-    // The body starts before the UserDefine element the round trip appended.
     int32_t value = 0;
     if (!FindRequiredElem(req, "OptType", true) || !ReadRequiredInt(req, "Type", value)) {
         return -1;
@@ -94,39 +80,38 @@ int SendSnapPwd(oqDevSDK_DoorLock_SetSnapPwd_S *rec) {
     }
     oqdev_debug(kLogError, "Failed to set snap password, Result:%#x\n",
                 static_cast<unsigned int>(ret));
-    return MapDeviceRefusal(ret);
+    return MapDeviceRefusal(kSnapRefusals, ret);
 }
 
-void AddSnapInfo(CMarkupSTL &rsp, const oqDevSDK_DoorLock_SnapPwdInfo_S &entry) {
-    char date[kDateStrLen] = {};
-    rsp.x_AddElem("Info");
-    rsp.x_SetAttrib("Index", entry.usIndex + 1);
-    rsp.IntoElem();
-    rsp.x_AddElem("User");
-    rsp.x_SetAttrib("Name", FieldText(entry.szName).c_str());
-    rsp.x_AddElem("Expire");
-    int32_t begin = static_cast<int32_t>(entry.uiBeginTime);
-    GetDateStrFromTime(&begin, date, sizeof date);
-    rsp.x_SetAttrib("Begin", date);
-    int32_t end = static_cast<int32_t>(entry.uiEndTime);
-    GetDateStrFromTime(&end, date, sizeof date);
-    rsp.x_SetAttrib("End", date);
-    rsp.x_AddElem("Limit");
-    rsp.x_SetAttrib("Num", entry.iLimitNum);
-    rsp.x_SetAttrib("AvailableCount",
-                    entry.iLimitNum == kUnlimitedUses ? kUnlimitedUses : entry.iAvailableCount);
-    rsp.OutOfElem();
+void AddSnapInfo(DoorLock_XmlWriter &rsp, const oqDevSDK_DoorLock_SnapPwdInfo_S &entry) {
+    char begin[kDateStrLen] = {};
+    char end[kDateStrLen] = {};
+    const auto beginTime = static_cast<int32_t>(entry.uiBeginTime);
+    const auto endTime = static_cast<int32_t>(entry.uiEndTime);
+    GetDateStrFromTime(&beginTime, begin, sizeof begin);
+    GetDateStrFromTime(&endTime, end, sizeof end);
+    rsp.Elem("Info")
+        .Attr("Index", entry.usIndex + 1)
+        .Into()
+        .Elem("User")
+        .Attr("Name", FieldText(entry.szName).c_str())
+        .Elem("Expire")
+        .Attr("Begin", begin)
+        .Attr("End", end)
+        .Elem("Limit")
+        .Attr("Num", entry.iLimitNum)
+        .Attr("AvailableCount",
+              entry.iLimitNum == kUnlimitedUses ? kUnlimitedUses : entry.iAvailableCount)
+        .Out();
 }
 
 }  // namespace
 
-int ReqHnd_SetSnapPwd(CMarkupSTL &request, CMarkupSTL &response) {
+int ReqHnd_SetSnapPwd(CMarkupSTL &request, DoorLock_XmlWriter &response) {
     auto rec = DoorLock_HeapZalloc<oqDevSDK_DoorLock_SetSnapPwd_S>();
     if (!rec) {
         DoorLock_LogMallocFailed(ToDevice<oqDevSDK_DoorLock_SetSnapPwd_S>::kLen);
-        FinishResponse(response, kResultRefused);
-        response.x_AddElem("Index");
-        response.x_AddElem("Pwd");
+        response.Elem("Index").Elem("Pwd");
         return kResultRefused;
     }
     int result = kResultBadRequest;
@@ -135,20 +120,16 @@ int ReqHnd_SetSnapPwd(CMarkupSTL &request, CMarkupSTL &response) {
     } else {
         result = SendSnapPwd(rec.get());
     }
-    FinishResponse(response, result);
-    AddIndexElem(response, rec->usIndex);
-    response.x_AddElem("Pwd", FieldText(rec->szPwd).c_str());
+    AddIndexElem(response, rec->usIndex).Elem("Pwd", FieldText(rec->szPwd).c_str());
     return result;
 }
 
-int ReqHnd_QuerySnapPwdInfo(CMarkupSTL &request, CMarkupSTL &response) {
-    (void)request;
+int ReqHnd_QuerySnapPwdInfo(CMarkupSTL & /*request*/, DoorLock_XmlWriter &response) {
     auto list = DoorLock_FetchRecord<oqDevSDK_DoorLock_SnapPwdList_S>(
         "Failed to get snap password info.\n");
     if (!list) {
-        return FinishResponse(response, kResultRefused);
+        return kResultRefused;
     }
-    FinishResponse(response, kResultOk);
     for (unsigned int i = 0; i < list->usCount && i < OQDEVSDK_DOORLOCK_MAX_SNAP_PWDS; ++i) {
         AddSnapInfo(response, list->astEntry[i]);
     }

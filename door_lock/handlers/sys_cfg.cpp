@@ -3,19 +3,19 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <string>
 
 #include "frame/bus_dev.h"
 #include "frame/kernel_domain.h"
+#include "frame/module.h"
 #include "frame/text_field.h"
 #include "handlers/handlers.h"
 #include "handlers/xml_fields.h"
 #include "messaging/envelope.h"
+#include "messaging/json_ptr.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_kernel.h"
 #include "oqdev_log.h"
-#include "status/registry.h"
 #include "vocabulary.h"
 
 namespace norla {
@@ -26,24 +26,19 @@ constexpr int64_t kSysCfgQuietSeconds = 86401;
 constexpr std::size_t kCfgNameLen = 32;
 constexpr unsigned int kLowByteMask = 0xFFu;
 
-struct CJsonDeleter {
-    void operator()(cJSON *json) const noexcept { cJSON_Delete(json); }
-};
-using CJsonPtr = std::unique_ptr<cJSON, CJsonDeleter>;
-
 int32_t Now() {
     return static_cast<int32_t>(std::time(nullptr));
 }
 
 // Authorization comes before DevSerial in this request, unlike the reports.
-bool BuildSysCfgRequest(CMarkupSTL &xml) {
-    DoorLock_xml_init_req(xml);
-    return xml.x_AddElem("Authorization") && AddDevSerial(xml) &&
-           xml.x_AddElem("Type", kSysCfgDLPower);
+bool BuildSysCfgRequest(DoorLock_XmlWriter &xml) {
+    DoorLock_xml_add_dev_serial(DoorLock_xml_init_req(xml).Elem("Authorization"))
+        .Elem("Type", kSysCfgDLPower);
+    return xml.Ok();
 }
 
 int SetDLPower(const char *jsonText) {
-    CJsonPtr json(cJSON_Parse(jsonText));
+    JsonPtr json(cJSON_Parse(jsonText));
     if (json == nullptr) {
         oqdev_debug(kLogError, "Failed to parse json.\n");
         return -1;
@@ -75,7 +70,8 @@ int DoorLock_SystemConfig() {
     if (elapsed < kSysCfgQuietSeconds) {
         return 0;
     }
-    CMarkupSTL xml;
+    CMarkupSTL doc;
+    DoorLock_XmlWriter xml(doc);
     if (!BuildSysCfgRequest(xml)) {
         oqdev_debug(kLogError, "Failed to build system config req of DoorLock.\n");
         return 0;

@@ -1,9 +1,10 @@
-// The user set request and the XML form of the user table, shared by the
-// user handlers and the user info report.
+// The user codec: the set-user request read into its record, and the user
+// table written as XML, shared by the user handlers and the user info report.
 #ifndef NORLA_HANDLERS_USER_XML_H
 #define NORLA_HANDLERS_USER_XML_H
 
 #include "CMarkupSTL.h"
+#include "messaging/xml_writer.h"
 #include "oqDevSDK_door_lock.h"
 
 namespace norla {
@@ -13,9 +14,10 @@ namespace norla {
 int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg);
 
 // Appends one UserInfo element per valid user at the document's current
-// position. Counts beyond the record's arrays are clamped. False (logged)
-// when the document ran out of memory and the list is incomplete.
-bool FillUserInfo(CMarkupSTL &xml, const oqDevSDK_DoorLock_UserInfo_S *info);
+// position. Counts beyond the record's arrays are clamped. False (logged with
+// the user that did not fit) when the document ran out of memory: the writer
+// then holds the failure and the list is never sent.
+bool FillUserInfo(DoorLock_XmlWriter &xml, const oqDevSDK_DoorLock_UserInfo_S *info);
 
 }  // namespace norla
 

@@ -26,7 +26,6 @@ int VerifyResultCode(uint32_t verify) {
 }
 
 int ParseUserVerify(CMarkupSTL &req, oqDevSDK_DoorLock_UserVerify_S *rec) {
-    // The body starts before the UserDefine element the round trip appended.
     if (!FindRequiredElem(req, "UserID", true, kMissFullStop)) {
         return -1;
     }
@@ -75,7 +74,7 @@ bool ParseSchedule(CMarkupSTL &req, Plan *plan) {
 
 }  // namespace
 
-int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) {
+int ReqHnd_TriggerUserVerify(CMarkupSTL &request, DoorLock_XmlWriter & /*response*/) {
     oqDevSDK_DoorLock_UserVerify_S rec;
     std::memset(&rec, 0, sizeof rec);
     int result = kResultBadRequest;
@@ -87,41 +86,37 @@ int ReqHnd_TriggerUserVerify(CMarkupSTL &request, CMarkupSTL &response) {
             result = VerifyResultCode(rec.uiVerifyResult);
         }
     }
-    return FinishResponse(response, result);
+    return result;
 }
 
 // The request's schedule replaces the lock's whole table (never merged day by
 // day); what the request leaves out is kept as the lock reported it.
-int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) {
+int ReqHnd_SetDevPlan(CMarkupSTL &request, DoorLock_XmlWriter & /*response*/) {
     oqdev_debug(kLogInfo, "ReqHnd_SetDevPlan\n");
     Plan wanted;
     Plan current;
     std::memset(&wanted, 0, sizeof wanted);
     std::memset(&current, 0, sizeof current);
 
-    // The body starts before the UserDefine element the round trip appended.
     bool hasEnable = request.FindElem("Enable", true);
     if (hasEnable) {
         wanted.iEnable = NumText_ToLong(request.x_GetData().c_str()) != 0 ? 1 : 0;
     }
     if (!request.FindElem("Actor", !hasEnable)) {
         oqdev_debug(kLogError, "without actor element.\n");
-        DoorLock_xml_set_result(response, kResultPlanRefused);
-        return -1;
+        return kResultPlanRefused;
     }
     wanted.uiChannel =
         static_cast<uint32_t>(NumText_ToLong(request.x_GetAttrib("Channel").c_str()));
     if (NumText_ToLong(request.x_GetAttrib("PlanType").c_str()) != kAutoFacePlanType) {
         oqdev_debug(kLogError, "unspport plan type \n");
-        DoorLock_xml_set_result(response, kResultPlanRefused);
-        return -1;
+        return kResultPlanRefused;
     }
     bool hasSchedule = ParseSchedule(request, &wanted);
 
     if (DoorLock_BusDev_Fetch(current) != 0) {
         oqdev_debug(kLogError, "DoorLock SetDevplan get runtimeinfo error\n");
-        DoorLock_xml_set_result(response, kResultPlanRefused);
-        return -1;
+        return kResultPlanRefused;
     }
     if (hasEnable) {
         current.iEnable = wanted.iEnable;
@@ -131,12 +126,9 @@ int ReqHnd_SetDevPlan(CMarkupSTL &request, CMarkupSTL &response) {
     }
     current.uiChannel = wanted.uiChannel;
 
-    int ret = DoorLock_BusDev_Send(current);
-    if (ret != 0) {
-        DoorLock_xml_set_result(response, kResultRefused);
-    }
+    const int result = DoorLock_BusDev_Send(current) == 0 ? kResultOk : kResultRefused;
     oqDevSDK_report_set_force_report(kStatusAutoFacePlan);
-    return ret;
+    return result;
 }
 
 }  // namespace norla

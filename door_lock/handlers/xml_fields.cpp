@@ -1,11 +1,7 @@
 #include "handlers/xml_fields.h"
 
-#include <cstdio>
-
 #include "handlers/decimal_text.h"
-#include "messaging/envelope.h"
 #include "messaging/number_text.h"
-#include "oqdev_kernel.h"
 #include "oqdev_log.h"
 #include "vocabulary.h"
 
@@ -26,11 +22,6 @@ void LogMissing(const char *kind, const char *name, Missing how) {
 }
 
 }  // namespace
-
-int FinishResponse(CMarkupSTL &response, int result) {
-    DoorLock_xml_set_result(response, result);
-    return result;
-}
 
 int32_t ToInt32(const std::string &text) {
     return NumText_ToLong(text.c_str());
@@ -71,24 +62,18 @@ void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute) {
     (void)NumText_Scan(text.c_str(), "%02d:%02d", fields, 2);
 }
 
-bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute) {
+DoorLock_XmlWriter &SetHourMinuteAttrib(DoorLock_XmlWriter &xml, const char *name, int32_t hour,
+                                        int32_t minute) {
     char text[kHourMinuteTextLen];
     DecimalText(text, sizeof text)
         .Int(hour, kClockFieldWidth)
         .Char(':')
         .Int(minute, kClockFieldWidth);
-    return xml.x_SetAttrib(name, text);
+    return xml.Attr(name, text);
 }
 
-bool AddIndexElem(CMarkupSTL &xml, uint16_t index) {
-    char text[kIntTextLen];
-    IntText(index + 1, text);
-    return xml.x_AddElem("Index", text);
-}
-
-bool AddDevSerial(CMarkupSTL &xml) {
-    const char *serial = oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey);
-    return xml.x_AddElem("DevSerial", serial != nullptr ? serial : "");
+DoorLock_XmlWriter &AddIndexElem(DoorLock_XmlWriter &xml, uint16_t index) {
+    return xml.Elem("Index", static_cast<int32_t>(index) + 1);
 }
 
 }  // namespace norla

@@ -8,11 +8,10 @@
 #include <string>
 
 #include "CMarkupSTL.h"
+#include "messaging/xml_writer.h"
+#include "vocabulary.h"
 
 namespace norla {
-
-// Writes the result into the response and hands it back.
-int FinishResponse(CMarkupSTL &response, int result);
 
 // Base-10 value of a text, saturated to 32 bits; what does not convert reads
 // as 0.
@@ -28,11 +27,14 @@ struct Missing {
 };
 constexpr Missing kMissPlain{false, -1};
 constexpr Missing kMissFullStop{true, -1};
+// Messages inside a list, with the slot index in front.
+constexpr Missing InSlot(int index, bool fullStop = true) {
+    return Missing{fullStop, index};
+}
 
 // The element, searched from the first child when fromFirst; its absence is
 // logged (the slot index does not apply to elements).
-bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst,
-                      Missing how = kMissPlain);
+bool FindRequiredElem(CMarkupSTL &xml, const char *name, bool fromFirst, Missing how = kMissPlain);
 
 // An absent or empty attribute counts as missing and is logged.
 bool ReadRequiredAttrib(const CMarkupSTL &xml, const char *name, std::string &text,
@@ -45,13 +47,27 @@ void ScanHourMinute(const std::string &text, int32_t *hour, int32_t *minute);
 
 // Sets an "HH:MM" attribute; a garbage hour or minute the lock reports is
 // printed whole.
-bool SetHourMinuteAttrib(CMarkupSTL &xml, const char *name, int32_t hour, int32_t minute);
+DoorLock_XmlWriter &SetHourMinuteAttrib(DoorLock_XmlWriter &xml, const char *name, int32_t hour,
+                                        int32_t minute);
 
 // Adds Index with the one-based number of a device slot index.
-bool AddIndexElem(CMarkupSTL &xml, uint16_t index);
+DoorLock_XmlWriter &AddIndexElem(DoorLock_XmlWriter &xml, uint16_t index);
 
-// Adds DevSerial, the device's sub-serial (empty when the host has none).
-bool AddDevSerial(CMarkupSTL &xml);
+// A device refusal the platform knows by a code of its own.
+struct DoorLock_Refusal_S {
+    int iDevCode;
+    int iResult;
+};
+// The platform's code for a device refusal: its row's, else kResultRefused.
+template <std::size_t N>
+int MapDeviceRefusal(const DoorLock_Refusal_S (&map)[N], int devCode) {
+    for (const DoorLock_Refusal_S &row : map) {
+        if (row.iDevCode == devCode) {
+            return row.iResult;
+        }
+    }
+    return kResultRefused;
+}
 
 }  // namespace norla
 

@@ -22,16 +22,9 @@ struct DoorLock_BusPlt_CtrlObj_S {
 DoorLock_BusPlt_CtrlObj_S g_stBusPlt_CtrlObj = {0};
 pthread_mutex_t g_hLock_BusPlat = PTHREAD_MUTEX_INITIALIZER;
 
-// Element text takes only text on every host; to_chars needs no locale.
-bool SetResultText(CMarkupSTL &xml, int code) {
-    char text[kIntTextLen];
-    *std::to_chars(text, text + sizeof text - 1, code).ptr = '\0';
-    return xml.x_SetData(text);
-}
-
 // A private, zero-terminated copy of the document text: the kernel may keep
 // the pointer only during the send.
-HeapPtr<char> CopyText(const std::string &text) noexcept {
+HeapPtr<char> DupDocText(const std::string &text) noexcept {
     HeapPtr<char> copy(static_cast<char *>(DoorLock_Malloc(text.size() + 1)));
     if (copy != nullptr) {
         std::memcpy(copy.get(), text.c_str(), text.size() + 1);
@@ -49,32 +42,35 @@ uint32_t DoorLock_GetNextSeq() noexcept {
     return seq;
 }
 
-void DoorLock_ResetSeq() noexcept {
+void DoorLock_ResetSeq(uint32_t start) noexcept {
     pthread_mutex_lock(&g_hLock_BusPlat);
-    g_stBusPlt_CtrlObj.uiSeq = 0;
+    g_stBusPlt_CtrlObj.uiSeq = start;
     pthread_mutex_unlock(&g_hLock_BusPlat);
 }
 
-int DoorLock_xml_init_req(CMarkupSTL &xml) {
-    xml.SetDoc(kXmlDeclaration);
-    xml.x_AddElem("Request");
-    xml.IntoElem();
-    return 0;
+DoorLock_XmlWriter &DoorLock_xml_init_req(DoorLock_XmlWriter &xml) {
+    return xml.Start(kXmlDeclaration).Elem("Request").Into();
 }
 
-int DoorLock_xml_init_rsp(CMarkupSTL &xml) {
-    xml.SetDoc(kXmlDeclaration);
-    xml.x_AddElem("Response");
-    xml.IntoElem();
-    xml.x_AddElem("Result", "0");
-    return 0;
+DoorLock_XmlWriter &DoorLock_xml_init_rsp(DoorLock_XmlWriter &xml) {
+    return xml.Start(kXmlDeclaration).Elem("Response").Into().Elem("Result", "0");
+}
+
+DoorLock_XmlWriter &DoorLock_xml_init_report(DoorLock_XmlWriter &xml) {
+    return DoorLock_xml_add_dev_serial(DoorLock_xml_init_req(xml)).Elem("Authorization");
+}
+
+DoorLock_XmlWriter &DoorLock_xml_add_dev_serial(DoorLock_XmlWriter &xml) {
+    const char *serial = oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey);
+    return xml.Elem("DevSerial", serial != nullptr ? serial : "");
 }
 
 int DoorLock_xml_set_result(CMarkupSTL &xml, int code) {
     if (!xml.FindElem("Result", true)) {
         return 0;
     }
-    return SetResultText(xml, code) ? 1 : 0;
+    DoorLock_XmlWriter result(xml);
+    return result.Data(code).Ok() ? 1 : 0;
 }
 
 int DoorLock_xml_get_result(CMarkupSTL &xml) {
@@ -96,18 +92,17 @@ int DoorLock_xml_get_result(CMarkupSTL &xml) {
     return result;
 }
 
-int DoorLock_send_msg_to_platform(CMarkupSTL &xml, int cmdId, const char *version,
+int DoorLock_send_msg_to_platform(DoorLock_XmlWriter &xml, int cmdId, const char *version,
                                   unsigned char isResponse, unsigned int seq) {
-    std::string text = xml.GetDoc();
+    const std::string text = xml.Ok() ? xml.Doc().GetDoc() : std::string();
     if (text.empty()) {
         oqdev_debug(kLogError, "Failed to build msg to platform, by cmdid[%#x].\n",
                     static_cast<unsigned int>(cmdId));
         return -1;
     }
-    HeapPtr<char> body = CopyText(text);
+    HeapPtr<char> body = DupDocText(text);
     if (body == nullptr) {
-        oqdev_debug(kLogError, "Failed to malloc mem, size=%u.\n",
-                    static_cast<unsigned int>(text.size() + 1));
+        DoorLock_LogMallocFailed(static_cast<unsigned int>(text.size() + 1));
         return -1;
     }
 
@@ -133,19 +128,11 @@ int DoorLock_send_msg_to_platform(CMarkupSTL &xml, int cmdId, const char *versio
     return 0;
 }
 
-int DoorLock_xml_init_report(CMarkupSTL &xml) {
-    DoorLock_xml_init_req(xml);
-    // A host without the key answers null; the element is then empty.
-    const char *serial = oqdev_sdk_kernel_getdevinfo_bykey(kDevSerialKey);
-    if (!xml.x_AddElem("DevSerial", serial != nullptr ? serial : "") ||
-        !xml.x_AddElem("Authorization")) {
+int DoorLock_send_report(DoorLock_XmlWriter &xml, int cmdId) {
+    if (!xml.Ok()) {
         oqdev_debug(kLogError, "Failed to build report of DoorLock.\n");
         return -1;
     }
-    return 0;
-}
-
-int DoorLock_send_report(CMarkupSTL &xml, int cmdId) {
     return DoorLock_send_msg_to_platform(xml, cmdId, kDoorLockVersion, 0, DoorLock_GetNextSeq());
 }
 

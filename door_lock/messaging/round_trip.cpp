@@ -14,29 +14,31 @@ constexpr std::size_t kSeqTextLen = 16;
 constexpr unsigned char kIsResponse = 1;
 constexpr int kNoResponse = 0;
 
-int SendResponse(CMarkupSTL &response, int rspCmd, const char *version, unsigned int seq) {
+int FailBuild(int rspCmd) {
+    oqdev_debug(kLogError, "Failed to build rsp of DoorLock, while rsp cmd = %#x\n",
+                static_cast<unsigned int>(rspCmd));
+    return -1;
+}
+
+// Writes the result and sends the response; a response that is not whole is
+// replaced by a bare one with Result 4, as when memory runs out.
+int Answer(CMarkupSTL &response, DoorLock_XmlWriter &writer, int result, int rspCmd,
+           const char *version, unsigned int seq) {
     if (rspCmd == kNoResponse) {
         oqdev_debug(kLogInfo, "DoorLock_PltReq_DoRsp_Handle no rsp, while rsp cmd = %#x\n",
                     static_cast<unsigned int>(rspCmd));
         return 0;
     }
-    return DoorLock_send_msg_to_platform(response, rspCmd, version, kIsResponse, seq);
-}
-
-// The skeleton is in place: root Response, position on its Result. Checked
-// before the request reaches its handler (and the device), so that a document
-// a failed allocation left half built never goes out; the document class
-// removes no element, so what the handler adds cannot break the skeleton.
-// Leaving the root fails when it was never entered.
-bool ResponseReady(CMarkupSTL &response) {
-    return response.OutOfElem() && response.FindElem("Response", true) && response.IntoElem() &&
-           response.FindElem("Result", true);
-}
-
-int FailBuild(int rspCmd) {
-    oqdev_debug(kLogError, "Failed to build rsp of DoorLock, while rsp cmd = %#x\n",
-                static_cast<unsigned int>(rspCmd));
-    return -1;
+    if (writer.Ok() && DoorLock_xml_set_result(response, result) != 0) {
+        return DoorLock_send_msg_to_platform(writer, rspCmd, version, kIsResponse, seq);
+    }
+    CMarkupSTL bare;
+    DoorLock_XmlWriter bareWriter(bare);
+    if (!DoorLock_xml_init_rsp(bareWriter).Ok() ||
+        DoorLock_xml_set_result(bare, kResultRefused) == 0) {
+        return FailBuild(rspCmd);
+    }
+    return DoorLock_send_msg_to_platform(bareWriter, rspCmd, version, kIsResponse, seq);
 }
 
 // A root named Response is served like a request on purpose.
@@ -47,54 +49,49 @@ bool EnterRoot(CMarkupSTL &request) {
     return request.IntoElem();
 }
 
-// Lets a handler read the sequence number from the request itself.
+// Lets a handler read the sequence number from the request itself. A request
+// that cannot take it is served all the same: it is only read from.
 void AddUserDefine(CMarkupSTL &request, unsigned int seq) {
     char szSeq[kSeqTextLen];
     *std::to_chars(szSeq, szSeq + sizeof szSeq - 1, seq).ptr = '\0';
-    if (request.x_AddElem("UserDefine")) {
-        request.x_SetAttrib("MsgSeq", szSeq);
-    }
+    DoorLock_XmlWriter writer(request);
+    writer.Elem("UserDefine").Attr("MsgSeq", szSeq);
 }
 
-// The request served: parsed, handed to its handler and answered.
+// The request served: parsed, handed to its handler and answered. The
+// response's skeleton is built first: without it the request goes no further
+// (and never reaches the device).
 int Serve(const char *data, int rspCmd, const char *version, unsigned int seq,
           DoorLock_ReqHandler handler) {
     CMarkupSTL request;
     CMarkupSTL response;
-    DoorLock_xml_init_rsp(response);
-    if (!ResponseReady(response)) {
+    DoorLock_XmlWriter writer(response);
+    if (!DoorLock_xml_init_rsp(writer).Ok()) {
         return FailBuild(rspCmd);
     }
-
+    int result = kResultBadRequest;
     if (!request.SetDoc(data)) {
         oqdev_debug(kLogError, "Failed to parse XML of DoorLock, while rsp cmd = %#x\n",
                     static_cast<unsigned int>(rspCmd));
-        DoorLock_xml_set_result(response, kResultBadRequest);
-        return SendResponse(response, rspCmd, version, seq);
-    }
-    if (!EnterRoot(request)) {
+    } else if (!EnterRoot(request)) {
         oqdev_debug(kLogError, "Can not find Request in XML of DoorLock, while rsp cmd = %#x\n",
                     static_cast<unsigned int>(rspCmd));
-        DoorLock_xml_set_result(response, kResultBadRequest);
-        return SendResponse(response, rspCmd, version, seq);
+    } else {
+        AddUserDefine(request, seq);
+        result = handler != nullptr ? handler(request, writer) : kResultOk;
     }
-    AddUserDefine(request, seq);
-    // What counts is what the handler wrote into the response.
-    if (handler != nullptr) {
-        (void)handler(request, response);
-    }
-    return SendResponse(response, rspCmd, version, seq);
+    return Answer(response, writer, result, rspCmd, version, seq);
 }
 
 // What a request gets when the host's code threw half way: as when memory
 // runs out, 4 in a fresh response, or nothing when not even that can be built.
 int AnswerFailed(int rspCmd, const char *version, unsigned int seq) {
     CMarkupSTL response;
-    DoorLock_xml_init_rsp(response);
-    if (!ResponseReady(response) || DoorLock_xml_set_result(response, kResultRefused) == 0) {
+    DoorLock_XmlWriter writer(response);
+    if (!DoorLock_xml_init_rsp(writer).Ok()) {
         return FailBuild(rspCmd);
     }
-    return SendResponse(response, rspCmd, version, seq);
+    return Answer(response, writer, kResultRefused, rspCmd, version, seq);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <cstring>
 
 #include "frame/bus_dev.h"
-#include "handlers/decimal_text.h"
 #include "messaging/envelope.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
@@ -19,7 +18,7 @@ constexpr uint32_t kResetHeadWord = 0xFFFFFFFFu;
 constexpr int32_t kResetEnable = -1;
 
 // The last plan the lock reported; only the status-report thread touches it.
-oqDevSDK_DoorLock_AutoFaceUnlockPlan_S g_auto_face_unlock_plan = {
+oqDevSDK_DoorLock_AutoFaceUnlockPlan_S g_stAutoFaceUnlockPlan = {
     kResetHeadWord, 0, kResetEnable, {}};
 
 namespace {
@@ -47,48 +46,46 @@ bool AllSlotsEmpty(const Plan &plan) {
     return true;
 }
 
-// Each builder answers false when the document could not take an element or
-// attribute (its memory ran out), so that a report never goes out half built.
-bool AddSlot(CMarkupSTL &xml, const Slot &slot) {
+void AddSlot(DoorLock_XmlWriter &xml, const Slot &slot) {
     char begin[kTimeTextLen] = {};
     char end[kTimeTextLen] = {};
     oqdev_MakeTimeString(slot.uiBegin, begin, kTimeTextLen);
     oqdev_MakeTimeString(slot.uiEnd, end, kTimeTextLen);
-    return xml.x_AddElem("Plan") && xml.x_SetAttrib("B", begin) && xml.x_SetAttrib("E", end);
+    xml.Elem("Plan").Attr("B", begin).Attr("E", end);
 }
 
-bool AddDay(CMarkupSTL &xml, int day, const Slot (&slots)[OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS]) {
-    if (!xml.x_AddElem("Date") || !xml.x_SetAttrib("Weekday", day) || !xml.IntoElem()) {
-        return false;
-    }
-    bool ok = true;
+void AddDay(DoorLock_XmlWriter &xml, int day,
+            const Slot (&slots)[OQDEVSDK_DOORLOCK_FACE_PLAN_SLOTS]) {
+    xml.Elem("Date").Attr("Weekday", day).Into();
     for (const Slot &slot : slots) {
-        ok = ok && (SlotEmpty(slot) || AddSlot(xml, slot));
+        if (!SlotEmpty(slot)) {
+            AddSlot(xml, slot);
+        }
     }
-    return xml.OutOfElem() && ok;
+    xml.Out();
 }
 
-bool AddParams(CMarkupSTL &xml, const Plan &plan) {
-    char enable[kIntTextLen];
-    IntText(plan.iEnable, enable);
-    if (!xml.x_AddElem("Params") || !xml.IntoElem()) {
-        return false;
+void AddParams(DoorLock_XmlWriter &xml, const Plan &plan) {
+    xml.Elem("Params")
+        .Into()
+        .Elem("Enable", plan.iEnable)
+        .Elem("Force", AllSlotsEmpty(plan) ? "1" : "0")
+        .Elem("Actor", "D")
+        .Attr("Channel", kReportChannel)
+        .Attr("PlanType", kAutoFacePlanType)
+        .Attr("EventType", kReportEventType);
+    for (int day = 0; day < OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS; ++day) {
+        AddDay(xml, day, plan.astDay[day]);
     }
-    bool ok = xml.x_AddElem("Enable", enable) &&
-              xml.x_AddElem("Force", AllSlotsEmpty(plan) ? "1" : "0") &&
-              xml.x_AddElem("Actor", "D") && xml.x_SetAttrib("Channel", kReportChannel) &&
-              xml.x_SetAttrib("PlanType", kAutoFacePlanType) &&
-              xml.x_SetAttrib("EventType", kReportEventType);
-    for (int day = 0; ok && day < OQDEVSDK_DOORLOCK_FACE_PLAN_DAYS; ++day) {
-        ok = AddDay(xml, day, plan.astDay[day]);
-    }
-    return xml.OutOfElem() && ok;
+    xml.Out();
 }
 
-bool BuildReport(CMarkupSTL &xml, const Plan &plan) {
-    oqdev_xml_init_req(xml);
-    return xml.x_AddElem("Authorization") && xml.x_AddElem("Type", "DevicePlan") &&
-           AddParams(xml, plan);
+// The host's own request skeleton reports no failure; what follows it does.
+bool BuildReport(DoorLock_XmlWriter &xml, const Plan &plan) {
+    oqdev_xml_init_req(xml.Doc());
+    xml.Elem("Authorization").Elem("Type", "DevicePlan");
+    AddParams(xml, plan);
+    return xml.Ok();
 }
 
 }  // namespace
@@ -100,7 +97,7 @@ int DoorAutoFaceUnlockPlan_IsChanged() {
     if (ret != 0) {
         return IsChangedFetchError(ret);
     }
-    if (!TakeIfChanged(g_auto_face_unlock_plan, fetched)) {
+    if (!TakeIfChanged(g_stAutoFaceUnlockPlan, fetched)) {
         return 0;
     }
     oqdev_debug(kLogInfo, "auto face unlock plan IsChanged\n");
@@ -109,11 +106,11 @@ int DoorAutoFaceUnlockPlan_IsChanged() {
 
 // The report carries no DevSerial: it is built on the host's own request
 // skeleton, as the platform expects for device plans.
-int DoorAutoFaceUnlockPlan_Report(int arg) {
-    (void)arg;
+int DoorAutoFaceUnlockPlan_Report(int /*arg*/) {
     oqdev_debug(kLogInfo, "start to report ayuo face unlock plan\n");
-    CMarkupSTL xml;
-    if (!BuildReport(xml, g_auto_face_unlock_plan)) {
+    CMarkupSTL doc;
+    DoorLock_XmlWriter xml(doc);
+    if (!BuildReport(xml, g_stAutoFaceUnlockPlan)) {
         oqdev_debug(kLogError, "Failed to build auto face unlock plan report.\n");
         return -1;
     }
@@ -121,10 +118,10 @@ int DoorAutoFaceUnlockPlan_Report(int arg) {
 }
 
 int DoorAutoFaceUnlockPlan_Reset() {
-    g_auto_face_unlock_plan.uiHeadWord = kResetHeadWord;
-    g_auto_face_unlock_plan.uiChannel = 0;
-    g_auto_face_unlock_plan.iEnable = kResetEnable;
-    std::memset(g_auto_face_unlock_plan.astDay, 0, sizeof g_auto_face_unlock_plan.astDay);
+    g_stAutoFaceUnlockPlan.uiHeadWord = kResetHeadWord;
+    g_stAutoFaceUnlockPlan.uiChannel = 0;
+    g_stAutoFaceUnlockPlan.iEnable = kResetEnable;
+    std::memset(g_stAutoFaceUnlockPlan.astDay, 0, sizeof g_stAutoFaceUnlockPlan.astDay);
     return 0;
 }
 

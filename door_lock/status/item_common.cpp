@@ -17,13 +17,9 @@ int IsChangedFetchError(int devRet) {
 }
 
 int SendStatusReport(const char *type, const char *value) {
-    CMarkupSTL xml;
-    if (DoorLock_xml_init_report(xml) != 0) {
-        return -1;
-    }
-    xml.x_AddElem("Status");
-    xml.x_SetAttrib("Type", type);
-    xml.x_SetAttrib("Value", value);
+    CMarkupSTL doc;
+    DoorLock_XmlWriter xml(doc);
+    DoorLock_xml_init_report(xml).Elem("Status").Attr("Type", type).Attr("Value", value);
     return DoorLock_send_report(xml, kCmdReportStatus);
 }
 

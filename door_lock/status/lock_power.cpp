@@ -36,12 +36,6 @@ bool SignalWithinTolerance(uint8_t cached, uint8_t fetched) {
            drift <= OQDEVSDK_DOORLOCK_SIGNAL_DEADBAND;
 }
 
-void AddNumberElem(CMarkupSTL &xml, const char *name, uint8_t value) {
-    char text[kIntTextLen];
-    IntText(value, text);
-    xml.x_AddElem(name, text);
-}
-
 const char *PowerName(uint8_t nameType) {
     switch (nameType) {
         case OQDEVSDK_DOORLOCK_POWER_NAME_DOOR:
@@ -110,13 +104,12 @@ int LockStatus_IsChanged() {
 }
 
 int LockStatus_Report(int /*arg*/) {
-    CMarkupSTL xml;
-    if (DoorLock_xml_init_report(xml) != 0) {
-        return -1;
-    }
-    AddNumberElem(xml, "Door", g_stLockStatus.ucDoorState);
-    AddNumberElem(xml, "Lock", g_stLockStatus.ucLockState);
-    AddNumberElem(xml, "Signal", g_stLockStatus.ucSignal);
+    CMarkupSTL doc;
+    DoorLock_XmlWriter xml(doc);
+    DoorLock_xml_init_report(xml)
+        .Elem("Door", g_stLockStatus.ucDoorState)
+        .Elem("Lock", g_stLockStatus.ucLockState)
+        .Elem("Signal", g_stLockStatus.ucSignal);
     return DoorLock_send_report(xml, kCmdReportLockStatus);
 }
 

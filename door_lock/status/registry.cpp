@@ -6,14 +6,13 @@
 #include <utility>
 
 #include "frame/host_guard.h"
+#include "frame/module.h"
 #include "oqdev_log.h"
 #include "oqdev_status_report.h"
 #include "status/items.h"
 #include "vocabulary.h"
 
 namespace norla {
-
-DoorLock_InnerCtrl_S g_stInnerCtrl = {0, {0}, {0}};
 
 namespace {
 

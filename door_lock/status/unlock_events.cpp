@@ -34,27 +34,23 @@ int UnlockEvtRec_IsChanged() {
     return 1;
 }
 
-int UnlockEvtRec_Report(int arg) {
-    static_cast<void>(arg);
-    CMarkupSTL xml;
-    int ret = -1;
-    if (DoorLock_xml_init_report(xml) == 0) {
-        char date[kDateStrLen] = {};
-        xml.x_AddElem("Record");
-        xml.IntoElem();
-        for (unsigned int i = 0;
-             i < g_stUnlockEvtRec.usRecNum && i < OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS; ++i) {
-            const oqDevSDK_DoorLock_UnlockEvtRec_S &rec = g_stUnlockEvtRec.stRecord[i];
-            xml.x_AddElem("Info");
-            // The user field may fill its whole width without a terminator.
-            xml.x_SetAttrib("User", FieldText(rec.szUser).c_str());
-            xml.x_SetAttrib("Type", rec.ucUnlockType);
-            GetDateStrFromTime(&rec.lUnlockTime, date, sizeof date);
-            xml.x_SetAttrib("Date", date);
-        }
-        xml.OutOfElem();
-        ret = DoorLock_send_report(xml, kCmdReportUnlockEvents);
+int UnlockEvtRec_Report(int /*arg*/) {
+    CMarkupSTL doc;
+    DoorLock_XmlWriter xml(doc);
+    DoorLock_xml_init_report(xml).Elem("Record").Into();
+    char date[kDateStrLen] = {};
+    for (unsigned int i = 0; i < g_stUnlockEvtRec.usRecNum && i < OQDEVSDK_DOORLOCK_MAX_UNLOCK_EVTS;
+         ++i) {
+        const oqDevSDK_DoorLock_UnlockEvtRec_S &rec = g_stUnlockEvtRec.stRecord[i];
+        GetDateStrFromTime(&rec.lUnlockTime, date, sizeof date);
+        // The user field may fill its whole width without a terminator.
+        xml.Elem("Info")
+            .Attr("User", FieldText(rec.szUser).c_str())
+            .Attr("Type", rec.ucUnlockType)
+            .Attr("Date", date);
     }
+    xml.Out();
+    const int ret = DoorLock_send_report(xml, kCmdReportUnlockEvents);
     if (ret != 0) {
         oqdev_debug(kLogError, "Failed to send unlock event records to platform!!\n");
     }

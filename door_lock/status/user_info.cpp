@@ -25,12 +25,10 @@ int UserInfo_IsChanged() {
     return table && TakeIfChanged(g_stUserInfo, *table) ? 1 : 0;
 }
 
-int UserInfo_Report(int arg) {
-    static_cast<void>(arg);
-    CMarkupSTL xml;
-    if (DoorLock_xml_init_report(xml) != 0) {
-        return -1;
-    }
+int UserInfo_Report(int /*arg*/) {
+    CMarkupSTL doc;
+    DoorLock_XmlWriter xml(doc);
+    DoorLock_xml_init_report(xml);
     // A list cut short by a failed allocation is not sent at all.
     if (!FillUserInfo(xml, &g_stUserInfo)) {
         return -1;

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "frame/kernel_domain.h"
-#include "status/registry.h"
+#include "frame/module.h"
 #include "support/fixture.h"
 #include "vocabulary.h"
 

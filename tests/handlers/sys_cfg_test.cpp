@@ -1,7 +1,7 @@
 #include <string>
-#include <tuple>
 #include <vector>
 
+#include "frame/module.h"
 #include "handlers/handlers.h"
 #include "oqDevSDK_door_lock.h"
 #include "status/registry.h"
@@ -85,7 +85,12 @@ TEST_F(SysCfgTest, EveryFailedAnswerKeepsTheJobAsking) {
     const std::string invalid = " from platform, by getting system config rsp.";
     const std::string notSet = "Failed to set DLPower.";
     // answer, device result, logs
-    const std::tuple<std::string, int, std::string, std::string> cases[] = {
+    const struct {
+        std::string text;
+        int deviceRet;
+        std::string log;
+        std::string log2;
+    } cases[] = {
         {"<Response><Result>0</Result>", 0,
          "Failed to parse XML rsp in system config resp of DoorLock.", ""},
         {Answer("6", "name=\"DLPower\" value='{}'"), 0, "Invalid result 6" + invalid, ""},

@@ -13,20 +13,61 @@ namespace {
 
 using EnvelopeTest = dltest::ModuleTest;
 
+const std::string kDecl = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+
 // set_result finds Result from the first element on, and is a no-op (0) on a
 // document without one.
 TEST_F(EnvelopeTest, SkeletonsAndSetResult) {
     CMarkupSTL req;
     CMarkupSTL rsp;
-    ASSERT_EQ(norla::DoorLock_xml_init_req(req) + norla::DoorLock_xml_init_rsp(rsp), 0);
+    norla::DoorLock_XmlWriter reqWriter(req);
+    norla::DoorLock_XmlWriter rspWriter(rsp);
+    ASSERT_TRUE(norla::DoorLock_xml_init_req(reqWriter).Elem("Body", "x").Ok());
+    ASSERT_TRUE(norla::DoorLock_xml_init_rsp(rspWriter).Ok());
     EXPECT_EQ(rsp.GetTagName(), "Result");
-    req.x_AddElem("Body", "x");
-    rsp.x_AddElem("Extra", "1");
+    ASSERT_TRUE(rspWriter.Elem("Extra", 1).Ok());
     EXPECT_EQ(norla::DoorLock_xml_set_result(req, 4), 0);
     EXPECT_EQ(norla::DoorLock_xml_set_result(rsp, -17), 1);
-    const std::string decl = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-    EXPECT_EQ(req.GetDoc(), decl + "<Request><Body>x</Body></Request>");
-    EXPECT_EQ(rsp.GetDoc(), decl + "<Response><Result>-17</Result><Extra>1</Extra></Response>");
+    EXPECT_EQ(req.GetDoc(), kDecl + "<Request><Body>x</Body></Request>");
+    EXPECT_EQ(rsp.GetDoc(), kDecl + "<Response><Result>-17</Result><Extra>1</Extra></Response>");
+}
+
+// DevSerial is empty when the host has no sub-serial, and comes before
+// Authorization.
+TEST_F(EnvelopeTest, ReportSkeletonCarriesTheSubSerial) {
+    for (const char *serial : {"SUB-7", ""}) {
+        SCOPED_TRACE(serial);
+        oqsim::set_devinfo("dev_subserial", serial);
+        CMarkupSTL doc;
+        norla::DoorLock_XmlWriter xml(doc);
+        ASSERT_TRUE(norla::DoorLock_xml_init_report(xml).Ok());
+        const std::string devSerial =
+            *serial != '\0' ? "<DevSerial>" + std::string(serial) + "</DevSerial>" : "<DevSerial/>";
+        EXPECT_EQ(doc.GetDoc(), kDecl + "<Request>" + devSerial + "<Authorization/></Request>");
+    }
+}
+
+// After the first failed step the writer changes nothing, even once memory is
+// back, and the document never reaches the kernel.
+TEST_F(EnvelopeTest, WriterKeepsTheFirstFailureAndTheDocumentIsNotSent) {
+    CMarkupSTL doc;
+    norla::DoorLock_XmlWriter xml(doc);
+    ASSERT_TRUE(norla::DoorLock_xml_init_req(xml).Elem("A", 1).Attr("b", "c").Ok());
+    const std::string before = doc.GetDoc();
+    const std::string big(100000, 'x');
+    dltest::ArmAllocationFault(1, true);
+    xml.Elem("Big", big.c_str());
+    dltest::DisarmAllocationFault();
+    EXPECT_FALSE(xml.Ok());
+    xml.Elem("After").Attr("n", 2).Data("t").Into().Out();
+    EXPECT_FALSE(xml.Ok());
+    EXPECT_EQ(doc.GetDoc(), before);
+
+    EXPECT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x1234, "v1.0.0", 0, 1u), -1);
+    EXPECT_EQ(norla::DoorLock_send_report(xml, 0x1235), -1);
+    EXPECT_TRUE(oqsim::sent().empty());
+    EXPECT_TRUE(HasLog(1, "Failed to build msg to platform, by cmdid[0x1234]."));
+    EXPECT_TRUE(HasLog(1, "Failed to build report of DoorLock."));
 }
 
 TEST_F(EnvelopeTest, GetResultReadsThePlatformCode) {
@@ -62,13 +103,13 @@ TEST_F(EnvelopeTest, GetResultReadsThePlatformCode) {
 }
 
 TEST_F(EnvelopeTest, SendFillsTheKernelRecordOrGivesMinusOne) {
-    CMarkupSTL xml;
-    norla::DoorLock_xml_init_req(xml);
-    xml.x_AddElem("A", "b");
+    CMarkupSTL doc;
+    norla::DoorLock_XmlWriter xml(doc);
+    ASSERT_TRUE(norla::DoorLock_xml_init_req(xml).Elem("A", "b").Ok());
     const std::string longVersion(40, 'v');
     ASSERT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x1234, longVersion.c_str(), 1, 77u), 0);
     const oqsim::Sent &s = LastSent();
-    EXPECT_EQ(s.body, xml.GetDoc());
+    EXPECT_EQ(s.body, doc.GetDoc());
     EXPECT_EQ(s.rec.uiBodyLen, s.body.size());
     EXPECT_EQ(s.rec.ucIsResponse, 1);
     EXPECT_EQ(s.rec.uiMsgSeq, 77u);
@@ -83,7 +124,7 @@ TEST_F(EnvelopeTest, SendFillsTheKernelRecordOrGivesMinusOne) {
     EXPECT_TRUE(HasLog(
         1, "Failed to send msg to platform, by cmdid[0x2887] in door_lock domain ret 0x21."));
     const size_t sends = oqsim::sent().size();
-    const size_t copy = xml.GetDoc().size() + 1;
+    const size_t copy = doc.GetDoc().size() + 1;
     dltest::FailAllocations(copy);
     EXPECT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x2887, "v1.0.0", 0, 2u), -1);
     EXPECT_EQ(oqsim::sent().size(), sends);
@@ -107,8 +148,24 @@ TEST_F(EnvelopeTest, SequenceNumbersAreUniqueAcrossThreads) {
         all.insert(taken[t].begin(), taken[t].end());
     }
     EXPECT_EQ(all.size(), 4 * kPerThread);
-    norla::DoorLock_ResetSeq();
-    EXPECT_EQ(norla::DoorLock_GetNextSeq() + norla::DoorLock_GetNextSeq(), 1u);
+}
+
+TEST_F(EnvelopeTest, SequenceNumbersStartAtTheResetValueAndWrapToZero) {
+    const struct {
+        uint32_t start;
+        std::vector<uint32_t> next;
+    } cases[] = {
+        {0, {0, 1, 2}},
+        {UINT32_MAX - 1, {UINT32_MAX - 1, UINT32_MAX, 0, 1}},
+    };
+    for (const auto &c : cases) {
+        norla::DoorLock_ResetSeq(c.start);
+        std::vector<uint32_t> got;
+        for (size_t i = 0; i < c.next.size(); ++i) {
+            got.push_back(norla::DoorLock_GetNextSeq());
+        }
+        EXPECT_EQ(got, c.next) << "from " << c.start;
+    }
 }
 
 }  // namespace

@@ -15,16 +15,26 @@ using RoundTripTest = dltest::ModuleTest;
 // function pointers.
 std::string g_seen;
 
-// Answers 4, or writes nothing at all for a Quiet request.
-int Handler(CMarkupSTL &request, CMarkupSTL &response) noexcept {
+// Answers 4 with an Echo element, or 0 and nothing else for a Quiet request.
+// A Big request asks for an element the document cannot take once `g_fault`
+// has armed the allocation fault (1: that allocation only, 2: every one).
+int g_fault = 0;
+int Handler(CMarkupSTL &request, norla::DoorLock_XmlWriter &response) {
     g_seen = request.x_GetAttrib("MsgSeq");
     if (request.FindElem(nullptr, true)) {
         g_seen += " " + request.GetTagName();
     }
     if (request.GetTagName() == "Quiet") {
-        return -1;
+        return 0;
     }
-    norla::DoorLock_xml_set_result(response, 4);
+    if (request.GetTagName() == "Big") {
+        dltest::ArmAllocationFault(1, g_fault == 2);
+        response.Elem("Big", std::string(100000, 'b').c_str());
+        if (g_fault != 2) {
+            dltest::DisarmAllocationFault();
+        }
+    }
+    response.Elem("Echo", "1");
     return 4;
 }
 
@@ -72,9 +82,32 @@ TEST_F(RoundTripTest, EveryDocumentIsAnsweredUnlessThereIsNoResponseId) {
         EXPECT_EQ(s.rec.iCmdId, c.rspCmd);
         EXPECT_EQ(s.rec.uiMsgSeq, seq);
         EXPECT_EQ(ResultOf(s.body), c.result);
+        EXPECT_EQ(s.body.find("<Echo>") != std::string::npos, c.result == 4);
     }
     oqsim::kernel_fail_send(5, 1);
     EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request/>", 0, 100, "v1.0.0", 3, &Handler), -1);
+}
+
+// A response the handler could not build whole is replaced by a bare one
+// with Result 4; when not even that can be built, nothing is sent.
+TEST_F(RoundTripTest, HalfBuiltResponseIsNeverSent) {
+    const std::string bare =
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<Response><Result>4</Result></Response>";
+    g_fault = 1;
+    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request><Big/></Request>", 0, 0x490c, "v1.0.0",
+                                                  3, &Handler),
+              0);
+    EXPECT_EQ(LastSent().body, bare);
+
+    oqsim::clear_sent();
+    g_fault = 2;
+    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request><Big/></Request>", 0, 0x490c, "v1.0.0",
+                                                  4, &Handler),
+              -1);
+    dltest::DisarmAllocationFault();
+    g_fault = 0;
+    EXPECT_TRUE(oqsim::sent().empty());
+    EXPECT_TRUE(HasLog(1, "Failed to build rsp of DoorLock, while rsp cmd = 0x490c"));
 }
 
 // The first allocation is the response's root: without a response to carry

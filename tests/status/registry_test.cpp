@@ -1,6 +1,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/module.h"
 #include "status/registry.h"
 #include "support/fixture.h"
 #include "vocabulary.h"
@@ -21,12 +22,14 @@ TEST_F(RegistryTest, RegistersEachItemOnceAndUnregistersInTheSameOrder) {
     EXPECT_TRUE(HasLog(2, "Door lock func module has not been inited."));
     EXPECT_TRUE(oqsim::status_ops().empty());
 
-    EXPECT_EQ(norla::DoorLock_Func_Init() + norla::DoorLock_Func_Init(), 0);
+    EXPECT_EQ(norla::DoorLock_Func_Init(), 0);
+    EXPECT_EQ(norla::DoorLock_Func_Init(), 0);
     EXPECT_TRUE(HasLog(2, "Door lock func module has been inited."));
     EXPECT_EQ(oqsim::status_ids(), order);
     EXPECT_EQ(oqsim::status_init_calls(), 1);
     for (const oqsim::StatusItem &item : oqsim::status_items()) {
-        EXPECT_EQ(item.reg.uiReserved1 + item.reg.uiReserved2, 0u) << item.reg.iStatusId;
+        EXPECT_EQ(item.reg.uiReserved1, 0u) << item.reg.iStatusId;
+        EXPECT_EQ(item.reg.uiReserved2, 0u) << item.reg.iStatusId;
     }
 
     norla::g_stInnerCtrl.iRegisterStatus = 1;
@@ -42,9 +45,9 @@ TEST_F(RegistryTest, RegistersEachItemOnceAndUnregistersInTheSameOrder) {
                                        oqsim::status_ops().end()),
               expected);
     EXPECT_TRUE(oqsim::status_items().empty());
-    EXPECT_EQ(norla::g_stInnerCtrl.iFuncInited + norla::g_stInnerCtrl.iRegisterStatus.load() +
-                  norla::g_stInnerCtrl.tLastSysCfg.load(),
-              0);
+    EXPECT_EQ(norla::g_stInnerCtrl.iFuncInited, 0);
+    EXPECT_EQ(norla::g_stInnerCtrl.iRegisterStatus.load(), 0);
+    EXPECT_EQ(norla::g_stInnerCtrl.tLastSysCfg.load(), 0);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
+#include "frame/module.h"
 #include "frame/bus_dev.h"
 #include "frame/host_guard.h"
 #include "frame/kernel_domain.h"
-#include "frame/module.h"
 #include "handlers/handlers.h"
 #include "oqDevSDK_door_lock.h"
 #include "oqdev_log.h"
@@ -21,6 +21,7 @@ constexpr int32_t kNoTimerJob = -1;
 }  // namespace
 
 DoorLock_CtrlObj_S g_stCtrlObj = {0, 0, {0, 0}};
+DoorLock_InnerCtrl_S g_stInnerCtrl = {0, {0}, {0}};
 int32_t g_iTimerId_SysCfg = kNoTimerJob;
 
 void DoorLock_Module_Fini() noexcept {
