@@ -1,6 +1,5 @@
 #include <cstring>
 #include <string>
-#include <tuple>
 
 #include "handlers/codecs.h"
 #include "support/fixture.h"
@@ -22,7 +21,12 @@ std::string MaskText(uint8_t mask, unsigned int size = norla::kDateStrLen) {
 TEST_F(CodecsTest, WeekdayMasksAndTexts) {
     // mask, buffer size, text, cut short; with fewer than three bytes left
     // after Saturday the text is cut even without Sunday.
-    const std::tuple<uint8_t, unsigned int, const char *, bool> toText[] = {
+    const struct {
+        uint8_t mask;
+        unsigned int size;
+        const char *text;
+        bool cut;
+    } toText[] = {
         {0x80, 64, "", false},
         {0x03, 64, "1,7", false},
         {0xFF, 64, "1,2,3,4,5,6,7", false},
@@ -43,7 +47,12 @@ TEST_F(CodecsTest, WeekdayMasksAndTexts) {
     }
     // text, mask before, mask after, day logged as invalid (-1: none). Only
     // the low 8 bits of a number count; only 31 characters are read.
-    const std::tuple<const char *, uint8_t, uint8_t, int> toMask[] = {
+    const struct {
+        const char *text;
+        uint8_t before;
+        uint8_t after;
+        int invalid;
+    } toMask[] = {
         {"1", 0x10, 0x12, -1},    {"1,8,7", 0, 0x03, 8},
         {"abc", 0, 0, 0},         {",", 0x20, 0x20, -1},
         {",,1,,2,", 0, 0x06, -1}, {"263,-255", 0, 0x03, -1},
@@ -67,7 +76,11 @@ TEST_F(CodecsTest, WeekdayMasksAndTexts) {
 
 TEST_F(CodecsTest, DateTextsAndTimesInLocalTime) {
     // Canonical texts convert both ways.
-    const std::tuple<const char *, int32_t, const char *> both[] = {
+    const struct {
+        const char *tz;
+        int32_t seconds;
+        const char *text;
+    } both[] = {
         {"UTC", 0, "1970-01-01 00:00:00"},
         {"CST-8", 0, "1970-01-01 08:00:00"},
         {"CST-8", 1615104300, "2021-03-07 16:05:00"},

@@ -4,7 +4,6 @@
 #include <memory>
 #include <numeric>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "handlers/handlers.h"
@@ -116,7 +115,13 @@ TEST_F(PlansTest, BadRequestsNeverReachTheLock) {
     const char *const snap = "Failed to ParseSetSnapPassword.";
     const char *const alarm = "Failed to ParseSetNotBackAlarmPlan.";
     // command, body, result, logs
-    const std::tuple<int, std::string, int, const char *, const char *> cases[] = {
+    const struct {
+        int cmd;
+        std::string body;
+        int result;
+        const char *log;
+        const char *log2;
+    } cases[] = {
         {kCmdSetSnapPwd, "<OptType Type=\"1\" Index=\"5\"/>", 3, "Invalid operation type:1", snap},
         {kCmdSetAlarmPlan, AlarmBody("Type=\"0\"", alarmNoEnd), 3,
          "[Index 1]Failed to find attrib:End.", alarm},
@@ -161,7 +166,11 @@ TEST_F(PlansTest, SnapPasswordListHoldsAtMostThreeEntries) {
 
 TEST_F(PlansTest, AlarmPlanSetCountsAndIndexes) {
     // body, "type index dates users" of the record, Index text
-    const std::tuple<std::string, const char *, const char *> cases[] = {
+    const struct {
+        std::string body;
+        const char *sent;
+        const char *index;
+    } cases[] = {
         {AlarmBody("Type=\"0\"", Items("DateList", 6)), "0 0 4 0", "1"},
         {AlarmBody("Type=\"0\"", Items("UserList", 503)), "0 0 0 500", "1"},
         {AlarmBody("Type=\"1\" Index=\"3\"", Items("DateList", 1) + Items("UserList", 1)),
@@ -259,7 +268,13 @@ TEST_F(PlansTest, UserVerificationResultsAndTimeOuts) {
     const std::string longId(40, 'i');
     // body, verification result the lock writes, result, user id and time-out
     // of the record
-    const std::tuple<std::string, uint32_t, int, std::string, uint32_t> cases[] = {
+    const struct {
+        std::string body;
+        uint32_t verified;
+        int result;
+        std::string userId;
+        uint32_t timeout;
+    } cases[] = {
         {"<UserID>u7</UserID><Timeout>30</Timeout>", 0, 0, "u7", 30},
         {"<UserID>u7</UserID><Timeout>0</Timeout>", 0, 0, "u7", 120},
         {"<UserID>u7</UserID><Timeout>soon</Timeout>", 0, 0, "u7", 120},
@@ -291,7 +306,12 @@ TEST_F(PlansTest, DevicePlanSetMergesIntoTheLocksPlan) {
     const std::string slot = "<Plan B=\"08:00\" E=\"09:30\"/></Date>";
     // body, iEnable sent, day whose slot `slot` becomes 08:00-09:30 while the
     // other days are emptied (-1: the lock's table is kept, -2: it is emptied)
-    const std::tuple<std::string, int32_t, int, int> cases[] = {
+    const struct {
+        std::string body;
+        int32_t enable;
+        int day;
+        int slotIndex;
+    } cases[] = {
         {Actor(), 1, -1, 0},
         {"<Enable>0</Enable>" + Actor(), 0, -1, 0},
         {"<Enable>1</Enable>" + Actor() + "<Date Weekday=\"2\"><Plan B=\"01:00\" E=\"02:00\"/>" +

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <tuple>
 
 #include "oqDevSDK_door_lock.h"
 #include "support/fixture.h"
@@ -58,7 +57,14 @@ TEST_F(SettingsHandlerTest, SetRequests) {
     const std::string longKey = "doorFingerStore" + std::string(25, 'X');
     const std::string failed = "Failed to set key value, key=doorFaceUnlock, value=";
     // command, body, result, effects, logs
-    const std::tuple<int, std::string, int, const char *, std::string, std::string> cases[] = {
+    const struct {
+        int cmd;
+        std::string body;
+        int result;
+        const char *effects;
+        std::string log;
+        std::string log2;
+    } cases[] = {
         {kCmdSetSwitch, R"(<Switch Type="30" Enable="1" Channel="1"/>)", 0, "0: 0 1 1", "", ""},
         {kCmdSetSwitch, R"(<Switch Type="452" Enable="7" Channel="-3"/>)", 0, "0: 2 7 -3", "", ""},
         {kCmdSetSwitch, R"(<Switch Type="457" Enable="abc" Channel="2"/>)", 0, "0: 7 0 2", "", ""},

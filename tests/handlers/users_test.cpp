@@ -4,7 +4,6 @@
 #include <cstring>
 #include <memory>
 #include <string>
-#include <tuple>
 
 #include "oqDevSDK_door_lock.h"
 #include "support/fixture.h"
@@ -157,7 +156,11 @@ TEST_F(UsersTest, OperationZeroAndTheLimitsOfTheRecord) {
 TEST_F(UsersTest, BadRequestsNeverReachTheDevice) {
     const std::string date =
         R"(<Date Weekday="1" Begin="01:00" End="02:00" Num="1" Available="1"/>)";
-    const std::tuple<std::string SetReq::*, std::string, const char *> cases[] = {
+    const struct {
+        std::string SetReq::*part;
+        std::string value;
+        const char *log;
+    } cases[] = {
         {&SetReq::opt, "<Opt/>", "Failed to find elem:OptType"},
         {&SetReq::opt, R"(<OptType Type="" Index="3"/>)", "Failed to find attrib:Type"},
         {&SetReq::opt, R"(<OptType Type="1"/>)", "Failed to find attrib:Index"},

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <new>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "CMarkupSTL.h"
@@ -23,8 +22,13 @@ void Inside(CMarkupSTL &xml, const char *doc) {
 }
 
 TEST(Markup, FindMovesForwardOrFromFirstAndKeepsThePositionOnFailure) {
-    // A find (name, from first), its result and the main element's text after it.
-    using Step = std::tuple<const char *, bool, bool, const char *>;
+    // A find, its result and the main element's text after it.
+    struct Step {
+        const char *name;
+        bool fromFirst;
+        bool found;
+        const char *data;
+    };
     const std::vector<std::vector<Step>> cases = {
         {{"A", false, true, "1"},
          {"A", false, true, "3"},
@@ -109,7 +113,11 @@ TEST(Markup, TextsAndAttributesAreEscapedAndRoundTrip) {
 // Blank texts survive a print; layout between elements and empty CDATA
 // sections are no text; a text split by CDATA reads as one up to a child.
 TEST(Markup, TextsPrintAndReadBackTheSame) {
-    const std::tuple<const char *, const char *, const char *> cases[] = {
+    const struct {
+        const char *doc;
+        const char *printed;
+        const char *textOfA;
+    } cases[] = {
         {"<R>&#10;<A>&#32;&#9;</A></R>", "<R>&#10;<A>&#32;&#9;</A></R>", " \t"},
         {"<R>&#10;&#x30;</R>", "<R>\n0</R>", ""},
         {"<R>\n  <A/>\n</R>", "<R><A/></R>", ""},
