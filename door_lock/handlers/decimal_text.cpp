@@ -5,10 +5,12 @@
 namespace norla {
 namespace {
 
-constexpr uint32_t kRadix = 10;
+// Digits of the largest uint32_t.
 constexpr std::size_t kMaxDigits = 10;
 
-std::size_t DigitCount(uint32_t magnitude) noexcept {
+}  // namespace
+
+std::size_t DecimalText::DigitCount(uint32_t magnitude) noexcept {
     std::size_t digits = 1;
     for (uint64_t bound = kRadix; digits < kMaxDigits && magnitude >= bound; bound *= kRadix) {
         ++digits;
@@ -18,7 +20,7 @@ std::size_t DigitCount(uint32_t magnitude) noexcept {
 
 // Writes the text of `len` characters that ends at `end`: digits from the
 // right, zeros up to the sign.
-void Compose(char *end, std::size_t len, uint32_t magnitude, bool negative) noexcept {
+void DecimalText::Compose(char *end, std::size_t len, uint32_t magnitude, bool negative) noexcept {
     char *const start = end - len;
     char *p = end;
     do {
@@ -32,8 +34,6 @@ void Compose(char *end, std::size_t len, uint32_t magnitude, bool negative) noex
         *start = '-';
     }
 }
-
-}  // namespace
 
 DecimalText &DecimalText::AnyInt(int32_t value, unsigned int width) noexcept {
     const bool negative = value < 0;

@@ -59,6 +59,8 @@ class DecimalText {
     static constexpr int32_t kTwoDigitLimit = 100;
 
     DecimalText &AnyInt(int32_t value, unsigned int width) noexcept;
+    static std::size_t DigitCount(uint32_t magnitude) noexcept;
+    static void Compose(char *end, std::size_t len, uint32_t magnitude, bool negative) noexcept;
 
     char *m_buf;
     std::size_t m_size;
