@@ -137,6 +137,12 @@ void FaceUnlock(FieldList f, const oqDevSDK_DoorLock_FaceUnlock_S &r) {
     f.Num("iUnlockSensitivity", r.iUnlockSensitivity);
 }
 
+// A time of day the lock holds as hour and minute, shown as the minutes of
+// the day it stands for; any pair the lock reports, wrapped to 32 bits.
+std::string ClockText(int32_t hour, int32_t minute) {
+    return MinutesText(static_cast<uint32_t>(hour) * 60u + static_cast<uint32_t>(minute));
+}
+
 void User(FieldList f, const oqDevSDK_DoorLock_User_S &u) {
     f.Num("usIndex", u.usIndex);
     f.Num("ucType", u.ucType);
@@ -150,8 +156,8 @@ void User(FieldList f, const oqDevSDK_DoorLock_User_S &u) {
     for (size_t i = 0; i < dates; ++i) {
         const oqDevSDK_DoorLock_UserDate_S &d = u.astDate[i];
         FieldList s = f.Sub("astDate", i);
-        s.Add("begin", MinutesText(static_cast<uint32_t>(d.iBeginHour * 60 + d.iBeginMinute)));
-        s.Add("end", MinutesText(static_cast<uint32_t>(d.iEndHour * 60 + d.iEndMinute)));
+        s.Add("begin", ClockText(d.iBeginHour, d.iBeginMinute));
+        s.Add("end", ClockText(d.iEndHour, d.iEndMinute));
         s.Weekday("ucWeekday", d.ucWeekday);
         s.Num("iNum", d.iNum);
         s.Num("iAvailable", d.iAvailable);
@@ -185,8 +191,8 @@ void AlarmBody(
     for (size_t i = 0; i < Clamp<size_t>(dateNum, OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_DATES); ++i) {
         const auto &d = dates[i];
         FieldList s = f.Sub("astDate", i);
-        s.Add("begin", MinutesText(static_cast<uint32_t>(d.iBeginHour * 60 + d.iBeginMinute)));
-        s.Add("end", MinutesText(static_cast<uint32_t>(d.iEndHour * 60 + d.iEndMinute)));
+        s.Add("begin", ClockText(d.iBeginHour, d.iBeginMinute));
+        s.Add("end", ClockText(d.iEndHour, d.iEndMinute));
     }
     for (size_t i = 0; i < Clamp<size_t>(userNum, OQDEVSDK_DOORLOCK_MAX_ALARM_PLAN_USERS); ++i) {
         FieldList s = f.Sub("astUser", i);
