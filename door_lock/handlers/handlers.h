@@ -8,27 +8,28 @@
 
 namespace norla {
 
-// Switch and key-value settings (18699, 18829).
+// Switch and key-value settings (kCmdSetSwitch, kCmdSetKeyValue).
 int ReqHnd_SetSwitchEnable(CMarkupSTL &request, DoorLock_XmlWriter &response);
 int ReqHnd_SetKeyValue(CMarkupSTL &request, DoorLock_XmlWriter &response);
 
-// Users (18857, 20160).
+// Users (kCmdSetUserInfo, kCmdQueryUserInfo).
 int ReqHnd_SetUserInfo(CMarkupSTL &request, DoorLock_XmlWriter &response);
 int ReqHnd_QueryUserInfo(CMarkupSTL &request, DoorLock_XmlWriter &response);
 
-// Snap passwords (18859, 18861).
+// Snap passwords (kCmdSetSnapPwd, kCmdQuerySnapPwds).
 int ReqHnd_SetSnapPwd(CMarkupSTL &request, DoorLock_XmlWriter &response);
 int ReqHnd_QuerySnapPwdInfo(CMarkupSTL &request, DoorLock_XmlWriter &response);
 
-// Not-back alarm plans (18855, 18853).
+// Not-back alarm plans (kCmdSetAlarmPlan, kCmdQueryAlarmPlans).
 int ReqHnd_SetNotBackAlarmPlan(CMarkupSTL &request, DoorLock_XmlWriter &response);
 int ReqHnd_QueryNotBackAlarmPlans(CMarkupSTL &request, DoorLock_XmlWriter &response);
 
-// User verification and device plans (18849, 18731).
+// User verification and device plans (kCmdTriggerUserVerify, kCmdSetDevPlan).
 int ReqHnd_TriggerUserVerify(CMarkupSTL &request, DoorLock_XmlWriter &response);
 int ReqHnd_SetDevPlan(CMarkupSTL &request, DoorLock_XmlWriter &response);
 
-// System configuration: the timer job and the platform's answer (10376).
+// System configuration: the timer job and the platform's answer
+// (kCmdSystemConfigRsp).
 int DoorLock_SystemConfig();
 int RspHnd_SetSystemConfig(const char *data, int len);
 

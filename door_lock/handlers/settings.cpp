@@ -1,5 +1,4 @@
-// Platform commands that set the lock's switches (18699) and key values
-// (18829).
+// Platform commands that set the lock's switches and key values.
 #include <cjson/cJSON.h>
 
 #include <cstdint>

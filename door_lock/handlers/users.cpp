@@ -1,5 +1,5 @@
-// Platform commands that set one user (18857) and list every user (20160);
-// both answer with the user table (user_xml.h).
+// Platform commands that set one user and list every user; both answer with
+// the user table (user_xml.h).
 #include "frame/bus_dev.h"
 #include "frame/memory.h"
 #include "frame/record_fetch.h"

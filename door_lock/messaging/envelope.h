@@ -40,7 +40,7 @@ int DoorLock_xml_get_result(CMarkupSTL &xml);
 // refused it.
 int DoorLock_send_msg_to_platform(DoorLock_XmlWriter &xml, int cmdId, const char *version,
                                   unsigned char isResponse, unsigned int seq);
-// Sends a request the module started: version "v1.0.0", flag 0, a fresh
+// Sends a request the module started: kDoorLockVersion, flag 0, a fresh
 // sequence number. A report that is not whole is logged and dropped.
 int DoorLock_send_report(DoorLock_XmlWriter &xml, int cmdId);
 

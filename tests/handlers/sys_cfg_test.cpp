@@ -49,7 +49,7 @@ TEST_F(SysCfgTest, TheJobAsksUntilAnsweredAndThenOncePerDay) {
     oqsim::event(1);
     EXPECT_EQ(Tick(), 0u);
     oqsim::clock_set(kStart);
-    oqsim::set_devinfo("dev_subserial", "SUB-7");
+    oqsim::set_devinfo(norla::kDevSerialKey, "SUB-7");
     oqsim::event(2);
     ASSERT_EQ(Tick(), 1u);
     ASSERT_EQ(Tick(), 1u);

@@ -37,7 +37,7 @@ TEST_F(EnvelopeTest, SkeletonsAndSetResult) {
 TEST_F(EnvelopeTest, ReportSkeletonCarriesTheSubSerial) {
     for (const char *serial : {"SUB-7", ""}) {
         SCOPED_TRACE(serial);
-        oqsim::set_devinfo("dev_subserial", serial);
+        oqsim::set_devinfo(norla::kDevSerialKey, serial);
         CMarkupSTL doc;
         norla::DoorLock_XmlWriter xml(doc);
         ASSERT_TRUE(norla::DoorLock_xml_init_report(xml).Ok());
@@ -63,7 +63,8 @@ TEST_F(EnvelopeTest, WriterKeepsTheFirstFailureAndTheDocumentIsNotSent) {
     EXPECT_FALSE(xml.Ok());
     EXPECT_EQ(doc.GetDoc(), before);
 
-    EXPECT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x1234, "v1.0.0", 0, 1u), -1);
+    EXPECT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x1234, norla::kDoorLockVersion, 0, 1u),
+              -1);
     EXPECT_EQ(norla::DoorLock_send_report(xml, 0x1235), -1);
     EXPECT_TRUE(oqsim::sent().empty());
     EXPECT_TRUE(HasLog(1, "Failed to build msg to platform, by cmdid[0x1234]."));
@@ -120,13 +121,15 @@ TEST_F(EnvelopeTest, SendFillsTheKernelRecordOrGivesMinusOne) {
     EXPECT_TRUE(HasLog(4, "Content:" + s.body));
 
     oqsim::kernel_fail_send(0x21, 1);
-    EXPECT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x2887, "v1.0.0", 0, 1u), -1);
+    EXPECT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x2887, norla::kDoorLockVersion, 0, 1u),
+              -1);
     EXPECT_TRUE(HasLog(
         1, "Failed to send msg to platform, by cmdid[0x2887] in door_lock domain ret 0x21."));
     const size_t sends = oqsim::sent().size();
     const size_t copy = doc.GetDoc().size() + 1;
     dltest::FailAllocations(copy);
-    EXPECT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x2887, "v1.0.0", 0, 2u), -1);
+    EXPECT_EQ(norla::DoorLock_send_msg_to_platform(xml, 0x2887, norla::kDoorLockVersion, 0, 2u),
+              -1);
     EXPECT_EQ(oqsim::sent().size(), sends);
     EXPECT_TRUE(HasLog(1, "Failed to malloc mem, size=" + std::to_string(copy) + "."));
 }

@@ -69,9 +69,9 @@ TEST_F(RoundTripTest, EveryDocumentIsAnsweredUnlessThereIsNoResponseId) {
         oqsim::clear_logs();
         g_seen = "";
         const int len = c.text != nullptr ? static_cast<int>(std::strlen(c.text)) : 0;
-        EXPECT_EQ(
-            norla::DoorLock_PltReq_DoRsp_Handle(c.text, len, c.rspCmd, "v1.0.0", ++seq, &Handler),
-            0);
+        EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle(c.text, len, c.rspCmd,
+                                                      norla::kDoorLockVersion, ++seq, &Handler),
+                  0);
         EXPECT_EQ(g_seen, c.seen != nullptr ? std::to_string(seq) + c.seen : "");
         EXPECT_TRUE(c.log == nullptr || oqsim::count_log(std::string(c.log) + "\n") == 1);
         if (c.result == kNone) {
@@ -85,7 +85,9 @@ TEST_F(RoundTripTest, EveryDocumentIsAnsweredUnlessThereIsNoResponseId) {
         EXPECT_EQ(s.body.find("<Echo>") != std::string::npos, c.result == 4);
     }
     oqsim::kernel_fail_send(5, 1);
-    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request/>", 0, 100, "v1.0.0", 3, &Handler), -1);
+    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request/>", 0, 100, norla::kDoorLockVersion, 3,
+                                                  &Handler),
+              -1);
 }
 
 // A response the handler could not build whole is replaced by a bare one
@@ -94,15 +96,15 @@ TEST_F(RoundTripTest, HalfBuiltResponseIsNeverSent) {
     const std::string bare =
         "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<Response><Result>4</Result></Response>";
     g_fault = 1;
-    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request><Big/></Request>", 0, 0x490c, "v1.0.0",
-                                                  3, &Handler),
+    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request><Big/></Request>", 0, 0x490c,
+                                                  norla::kDoorLockVersion, 3, &Handler),
               0);
     EXPECT_EQ(LastSent().body, bare);
 
     oqsim::clear_sent();
     g_fault = 2;
-    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request><Big/></Request>", 0, 0x490c, "v1.0.0",
-                                                  4, &Handler),
+    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request><Big/></Request>", 0, 0x490c,
+                                                  norla::kDoorLockVersion, 4, &Handler),
               -1);
     dltest::DisarmAllocationFault();
     g_fault = 0;
@@ -115,7 +117,8 @@ TEST_F(RoundTripTest, HalfBuiltResponseIsNeverSent) {
 TEST_F(RoundTripTest, ResponseThatCannotBeBuiltStopsTheRequest) {
     g_seen = "";
     dltest::ArmAllocationFault(1, false);
-    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request/>", 0, 0x490c, "v1.0.0", 3, &Handler),
+    EXPECT_EQ(norla::DoorLock_PltReq_DoRsp_Handle("<Request/>", 0, 0x490c, norla::kDoorLockVersion,
+                                                  3, &Handler),
               -1);
     dltest::DisarmAllocationFault();
     EXPECT_EQ(g_seen, "");
