@@ -80,9 +80,17 @@ void AddParams(DoorLock_XmlWriter &xml, const Plan &plan) {
     xml.Out();
 }
 
-// The host's own request skeleton reports no failure; what follows it does.
+// The host's own request skeleton reports no failure, but its text shows one:
+// without the declaration it writes first, its document was not set.
+bool HostSkeleton(CMarkupSTL &doc) {
+    oqdev_xml_init_req(doc);
+    return doc.GetDoc().rfind("<?xml", 0) == 0;
+}
+
 bool BuildReport(DoorLock_XmlWriter &xml, const Plan &plan) {
-    oqdev_xml_init_req(xml.Doc());
+    if (!HostSkeleton(xml.Doc())) {
+        return false;
+    }
     xml.Elem("Authorization").Elem("Type", "DevicePlan");
     AddParams(xml, plan);
     return xml.Ok();
