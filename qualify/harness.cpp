@@ -74,8 +74,16 @@ bool OnTrap(uintptr_t addr) {
         return false;
     }
     const int stage = sh.trapStage.load();
-    if (addr >= hi) {
-        // Past the trapped page: from now on a touch of it is a second pass.
+    const uintptr_t next = hi + (hi - lo);
+    if (addr >= hi && addr < next) {
+        // The page right after the trapped one: a store that straddles the
+        // two (seen under qemu) is still the same pass.
+        mprotect(reinterpret_cast<void *>(hi), next - hi, PROT_READ | PROT_WRITE);
+        return true;
+    }
+    if (addr >= next) {
+        // Well past the trapped page: from now on a touch of it is a second
+        // pass.
         mprotect(reinterpret_cast<void *>(hi), afterHi - hi, PROT_READ | PROT_WRITE);
         if (stage == 1) {
             mprotect(reinterpret_cast<void *>(lo), hi - lo, PROT_NONE);

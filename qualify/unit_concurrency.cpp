@@ -12,6 +12,7 @@
 //
 // Then the three threads run freely for a while, as on a board, for a race
 // detector to watch (see docs/integration.md) and for crashes to show.
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -22,11 +23,11 @@
 namespace qualify {
 namespace {
 
-// How long the change may take while the poll is held; a lock that takes
-// longer is waiting for the poll, as it should.
-constexpr milliseconds kOverlap{200};
-// How long the poll may take to reach the trap.
-constexpr milliseconds kReach{2000};
+// How long the change may take while the poll is held is one call's bound
+// (a lock that takes longer is waiting for the poll, as it should); the poll
+// may take this many bounds to reach the trap, and at least kMinReach.
+constexpr int kReachBounds = 10;
+constexpr milliseconds kMinReach{2000};
 constexpr milliseconds kFreeRun{300};
 // Users of the plan the poll is stopped in, enough for it to span pages.
 constexpr uint16_t kPlanUsers = 300;
@@ -65,7 +66,8 @@ bool TornPoll(Session &s, int type, uint32_t trapAt, Mode mode, const std::strin
         s.Step([&] { s.CallInPlace(Dir::From, type, buffer, kPollSlot); });
         polled = true;
     });
-    const bool reached = WaitFor([&] { return TrapSprung() || polled.load(); }, kReach);
+    const milliseconds reach = std::max(kMinReach, s.options().bound * kReachBounds);
+    const bool reached = WaitFor([&] { return TrapSprung() || polled.load(); }, reach);
     if (!reached || polled.load()) {
         buffer.Release();
         poll.join();
@@ -75,7 +77,7 @@ bool TornPoll(Session &s, int type, uint32_t trapAt, Mode mode, const std::strin
         change();
         changed = true;
     });
-    WaitFor([&] { return changed.load(); }, kOverlap);
+    WaitFor([&] { return changed.load(); }, s.options().bound);
     buffer.Release();
     poll.join();
     other.join();
