@@ -18,7 +18,6 @@ import re
 import sys
 from collections import defaultdict
 
-MODULE = ("norla::", "oqDevSDK_DoorLock_")
 # Allocation goes through the bench's counting hooks, which stand for malloc
 # and free on a lock.
 ALLOCATION = ("operator new", "operator delete", "bench::(anonymous namespace)::ModuleAlloc",
@@ -29,8 +28,12 @@ PARTS = ("own", "libc", "xml", "host", "json", "device")
 TOP_LIBC = 3
 
 
+# A function template's name starts with its return type.
+MODULE_NAME = re.compile(r"^(?:[\w:<>,*& ]+ )?(?:norla::|oqDevSDK_DoorLock_)")
+
+
 def is_module(name):
-    return name.startswith(MODULE)
+    return MODULE_NAME.match(name) is not None
 
 
 def part_of(name, obj):
