@@ -113,6 +113,60 @@ oqDevSDK_DoorLock_Callback_S Lock::Callbacks() {
     return cb;
 }
 
+int Lock::DeviceEvent(const oqDevSDK_DoorLock_DeviceEvent_S *event) {
+    Lock *lock = g_installed.load();
+    return lock != nullptr && event != nullptr ? lock->OnEvent(*event) : kLockErrBadRecord;
+}
+
+void Lock::SetClock(int32_t now) {
+    std::lock_guard<std::mutex> guard(m_mutex);
+    m_clock = now;
+}
+
+int Lock::OnEvent(const oqDevSDK_DoorLock_DeviceEvent_S &event) {
+    int32_t now = 0;
+    uint8_t door = 0;
+    size_t source = OQDEVSDK_DOORLOCK_POWER_MAX;
+    {
+        std::lock_guard<std::mutex> guard(m_mutex);
+        now = m_clock;
+        door = m_state->stStatus.ucDoorState;
+        const oqDevSDK_DoorLock_PowerStatus_S &power = m_state->stPower;
+        for (size_t i = 0; i < power.usPowerNum && i < OQDEVSDK_DOORLOCK_POWER_MAX; ++i) {
+            if (static_cast<int32_t>(power.stPower[i].ucNameType) == event.iIndex) {
+                source = i;
+                break;
+            }
+        }
+    }
+    const bool any = event.iValue == OQDEVSDK_DOORLOCK_DEVICE_ANY;
+    switch (event.iEvent) {
+        case OQDEVSDK_DOORLOCK_DEVICE_EVT_UNLOCK:
+            if (!any && (event.iValue < 0 || event.iValue > UINT8_MAX)) {
+                return kLockErrBadRecord;
+            }
+            Unlock(std::string(event.szUser, strnlen(event.szUser, sizeof event.szUser)),
+                   any ? static_cast<uint8_t>(UnlockHow::Finger) : static_cast<uint8_t>(event.iValue),
+                   now);
+            return 0;
+        case OQDEVSDK_DOORLOCK_DEVICE_EVT_DOOR:
+            if (!any && (event.iValue < 0 || event.iValue > UINT8_MAX)) {
+                return kLockErrBadRecord;
+            }
+            SetDoor(any ? static_cast<uint8_t>(door == kDoorClosed ? kDoorOpen : kDoorClosed)
+                        : static_cast<uint8_t>(event.iValue));
+            return 0;
+        case OQDEVSDK_DOORLOCK_DEVICE_EVT_BATTERY:
+            if (event.iValue < 0 || event.iValue > 100 ||
+                !SetBattery(source, static_cast<uint8_t>(event.iValue))) {
+                return kLockErrBadRecord;
+            }
+            return 0;
+        default:
+            return kLockErrBadRecord;
+    }
+}
+
 void Lock::SetTranscript(Transcript *transcript) {
     std::lock_guard<std::mutex> guard(m_mutex);
     m_transcript = transcript;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "oqDevSDK_door_lock.h"
+#include "oqDevSDK_door_lock_device.h"
 #include "vocabulary.h"
 
 namespace dlsim {
@@ -60,6 +61,12 @@ class Lock {
     // The table to hand to oqDevSDK_DoorLock_Init; its entries reach the lock
     // constructed last.
     static oqDevSDK_DoorLock_Callback_S Callbacks();
+    // The lock's event entry point, the one a device library may export: the
+    // scenario's unlock, door and battery lines go through it whichever device
+    // runs. Reaches the lock constructed last.
+    static int DeviceEvent(const oqDevSDK_DoorLock_DeviceEvent_S *event);
+    // The time the lock stamps its own events with.
+    void SetClock(int32_t now);
     void SetTranscript(Transcript *transcript);
 
     // The lock's own life.
@@ -97,6 +104,7 @@ class Lock {
     static int RecvMsgEntry(oqDevSDK_DoorLock_Msg_S *msg);
     static int GetRuntimeInfoEntry(oqDevSDK_DoorLock_Msg_S *msg);
     int OnRecv(oqDevSDK_DoorLock_Msg_S *msg);
+    int OnEvent(const oqDevSDK_DoorLock_DeviceEvent_S &event);
     int OnGet(oqDevSDK_DoorLock_Msg_S *msg);
 
     int Apply(int type, void *data, uint32_t len);
@@ -119,6 +127,7 @@ class Lock {
     std::map<int, Fault> m_getFaults;
     std::map<int, std::vector<Patch>> m_replies;
     Transcript *m_transcript = nullptr;
+    int32_t m_clock = 0;
 };
 
 }  // namespace dlsim

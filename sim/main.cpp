@@ -125,6 +125,7 @@ int main(int argc, char **argv) {
     auto transcript =
         opt.json ? dlsim::MakeJsonTranscript(stdout) : dlsim::MakeHumanTranscript(stdout, colour);
     dlsim::Lock lock;
+    oqDevSDK_DoorLock_DeviceEvent_F deviceEvent = nullptr;
     if (!opt.device.empty()) {
         devlib::DeviceLibrary device;
         std::string why;
@@ -134,8 +135,12 @@ int main(int argc, char **argv) {
             return kExitUsage;
         }
         api = dlsim::WithDevice(api, device.callbacks, transcript.get());
+        deviceEvent = device.event;
     }
     dlsim::Player player(api, lock, *transcript);
+    if (!opt.device.empty()) {
+        player.UseDeviceLibrary(deviceEvent);
+    }
     const std::string name = opt.scenario == "-" ? "<stdin>" : opt.scenario;
     return player.Play(*in, name, dir, stderr);
 }

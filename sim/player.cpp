@@ -191,7 +191,7 @@ const Player::Command Player::kCommands[] = {
 };
 
 Player::Player(const ModuleApi &api, Lock &lock, Transcript &out)
-    : m_api(api), m_lock(lock), m_out(out) {
+    : m_api(api), m_lock(lock), m_out(out), m_event(&Lock::DeviceEvent) {
     // The same start whatever the machine: emulator state, time zone, clock.
     oqsim::reset();
     oqsim::set_tz("UTC");
@@ -203,6 +203,11 @@ Player::Player(const ModuleApi &api, Lock &lock, Transcript &out)
 Player::~Player() {
     oqsim::set_observer(nullptr);
     m_lock.SetTranscript(nullptr);
+}
+
+void Player::UseDeviceLibrary(oqDevSDK_DoorLock_DeviceEvent_F event) {
+    m_event = event;
+    m_deviceLibrary = true;
 }
 
 int Player::Play(std::istream &in, const std::string &name, const std::string &dir, FILE *err) {
@@ -577,8 +582,8 @@ bool Player::Unlock(Args &a) {
     if (!a.AtEnd()) {
         return Fail("unlock takes USER and HOW");
     }
-    m_lock.Unlock(user, static_cast<uint8_t>(how), static_cast<int32_t>(m_now));
-    return true;
+    return RaiseEvent("unlock", OQDEVSDK_DOORLOCK_DEVICE_EVT_UNLOCK, 0, static_cast<int32_t>(how),
+                      user);
 }
 
 bool Player::Door(Args &a) {
@@ -590,8 +595,8 @@ bool Player::Door(Args &a) {
     if (!a.AtEnd()) {
         return Fail("door takes one state");
     }
-    m_lock.SetDoor(static_cast<uint8_t>(state));
-    return true;
+    return RaiseEvent("door", OQDEVSDK_DOORLOCK_DEVICE_EVT_DOOR, 0, static_cast<int32_t>(state),
+                      "");
 }
 
 bool Player::Bolt(Args &a) {
@@ -602,6 +607,9 @@ bool Player::Bolt(Args &a) {
     }
     if (!a.AtEnd()) {
         return Fail("bolt takes one state");
+    }
+    if (!SimulatedLockOnly("bolt")) {
+        return false;
     }
     m_lock.SetBolt(static_cast<uint8_t>(state));
     return true;
@@ -615,12 +623,16 @@ bool Player::Signal(Args &a) {
     if (!a.AtEnd()) {
         return Fail("signal takes one LEVEL");
     }
+    if (!SimulatedLockOnly("signal")) {
+        return false;
+    }
     m_lock.SetSignal(static_cast<uint8_t>(signal));
     return true;
 }
 
 bool Player::Battery(Args &a) {
-    static const NamedValue kSources[] = {{"door", 0}, {"cateye", 1}};
+    static const NamedValue kSources[] = {{"door", OQDEVSDK_DOORLOCK_POWER_NAME_DOOR},
+                                          {"cateye", OQDEVSDK_DOORLOCK_POWER_NAME_CAT_EYE}};
     long long source = 0;
     long long percent = 0;
     if (!TakeNamed(a, "battery SOURCE", kSources, 2, 255, &source, &m_why) ||
@@ -630,8 +642,38 @@ bool Player::Battery(Args &a) {
     if (!a.AtEnd()) {
         return Fail("battery takes SOURCE and PERCENT");
     }
-    if (!m_lock.SetBattery(static_cast<size_t>(source), static_cast<uint8_t>(percent))) {
-        return Fail("the lock has no power source " + std::to_string(source));
+    return RaiseEvent("battery", OQDEVSDK_DOORLOCK_DEVICE_EVT_BATTERY,
+                      static_cast<int32_t>(source), static_cast<int32_t>(percent), "");
+}
+
+bool Player::RaiseEvent(const char *what, int32_t event, int32_t index, int32_t value,
+                        const std::string &user) {
+    if (m_event == nullptr) {
+        return Fail(std::string(what) + " needs a device library that exports " +
+                    OQDEVSDK_DOORLOCK_DEVICE_EVENT_SYMBOL);
+    }
+    oqDevSDK_DoorLock_DeviceEvent_S ev{};
+    ev.iEvent = event;
+    ev.iIndex = index;
+    ev.iValue = value;
+    std::snprintf(ev.szUser, sizeof ev.szUser, "%s", user.c_str());
+    m_lock.SetClock(static_cast<int32_t>(m_now));
+    const int ret = m_event(&ev);
+    if (ret != 0) {
+        if (event == OQDEVSDK_DOORLOCK_DEVICE_EVT_BATTERY) {
+            return Fail("the lock has no power source " + std::to_string(index) + " (result " +
+                        std::to_string(ret) + ")");
+        }
+        return Fail(std::string("the lock refused the ") + what + " event (result " +
+                    std::to_string(ret) + ")");
+    }
+    return true;
+}
+
+bool Player::SimulatedLockOnly(const char *what) {
+    if (m_deviceLibrary) {
+        return Fail(std::string(what) + " acts on the simulated lock only; a device library " +
+                    "has no such event");
     }
     return true;
 }

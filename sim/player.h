@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "oqDevSDK_door_lock.h"
+#include "oqDevSDK_door_lock_device.h"
 
 namespace dlsim {
 
@@ -38,6 +39,11 @@ class Player {
     ~Player();
     Player(const Player &) = delete;
     Player &operator=(const Player &) = delete;
+
+    // The module talks to a device library instead of the simulated lock: the
+    // unlock, door and battery lines go to its event entry point (null when
+    // it exports none: those lines then fail), bolt and signal lines fail.
+    void UseDeviceLibrary(oqDevSDK_DoorLock_DeviceEvent_F event);
 
     // Runs every line of `in`; returns 0, or kExitBadLine after writing
     // "NAME:LINE: reason" to `err`. `dir` is where @PATH bodies are found.
@@ -80,11 +86,16 @@ class Player {
     bool Note(Args &a);
 
     bool Fail(const std::string &why);
+    bool RaiseEvent(const char *what, int32_t event, int32_t index, int32_t value,
+                    const std::string &user);
+    bool SimulatedLockOnly(const char *what);
 
     ModuleApi m_api;
     Lock &m_lock;
     Transcript &m_out;
     int64_t m_now = kStartClock;
+    oqDevSDK_DoorLock_DeviceEvent_F m_event;
+    bool m_deviceLibrary = false;
     std::string m_dir;
     std::string m_why;
 };

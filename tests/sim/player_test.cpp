@@ -109,6 +109,83 @@ TEST_F(PlayerTest, BadLinesAreRefusedWithAReason) {
     }
 }
 
+// A device library's events are the only way its lock changes: without its
+// event entry point the lines that need one fail instead of doing nothing.
+const oqDevSDK_DoorLock_DeviceEvent_S *g_lastEvent;
+int AcceptEvent(const oqDevSDK_DoorLock_DeviceEvent_S *ev) {
+    static oqDevSDK_DoorLock_DeviceEvent_S copy;
+    copy = *ev;
+    g_lastEvent = &copy;
+    return 0;
+}
+int RefuseEvent(const oqDevSDK_DoorLock_DeviceEvent_S *) { return 0x18000; }
+
+TEST_F(PlayerTest, WithADeviceLibraryLockLinesGoToItsEventEntryPoint) {
+    struct Case {
+        const char *line;
+        oqDevSDK_DoorLock_DeviceEvent_F event;
+        const char *failure;  // null: the line passes
+        int32_t kind = 0, index = 0, value = 0;
+        const char *user = "";
+    } cases[] = {
+        {"unlock carol card", &AcceptEvent, nullptr, OQDEVSDK_DOORLOCK_DEVICE_EVT_UNLOCK, 0,
+         static_cast<int32_t>(dlsim::UnlockHow::Card), "carol"},
+        {"door open", &AcceptEvent, nullptr, OQDEVSDK_DOORLOCK_DEVICE_EVT_DOOR, 0,
+         dlsim::kDoorOpen, ""},
+        {"battery cateye 20", &AcceptEvent, nullptr, OQDEVSDK_DOORLOCK_DEVICE_EVT_BATTERY,
+         OQDEVSDK_DOORLOCK_POWER_NAME_CAT_EYE, 20, ""},
+        {"unlock carol card", nullptr, "unlock needs a device library that exports "
+                                       "oqDevSDK_DoorLock_DeviceEvent"},
+        {"door closed", nullptr, "door needs a device library that exports"},
+        {"battery door 5", &RefuseEvent, "the lock has no power source 0 (result 98304)"},
+        {"door open", &RefuseEvent, "the lock refused the door event (result 98304)"},
+        {"bolt locked", &AcceptEvent, "bolt acts on the simulated lock only"},
+        {"signal 3", &AcceptEvent, "signal acts on the simulated lock only"},
+    };
+    for (const Case &c : cases) {
+        player.UseDeviceLibrary(c.event);
+        g_lastEvent = nullptr;
+        std::string why;
+        const bool ok = Run(c.line, &why);
+        if (c.failure != nullptr) {
+            EXPECT_FALSE(ok) << c.line;
+            EXPECT_NE(why.find(c.failure), std::string::npos) << c.line << " -> " << why;
+            continue;
+        }
+        ASSERT_TRUE(ok) << c.line << " -> " << why;
+        ASSERT_NE(g_lastEvent, nullptr) << c.line;
+        EXPECT_EQ(g_lastEvent->iEvent, c.kind) << c.line;
+        EXPECT_EQ(g_lastEvent->iIndex, c.index) << c.line;
+        EXPECT_EQ(g_lastEvent->iValue, c.value) << c.line;
+        EXPECT_STREQ(g_lastEvent->szUser, c.user) << c.line;
+    }
+}
+
+TEST_F(PlayerTest, TheSimulatedLockTakesTheSameEventsAsADeviceLibrary) {
+    struct Case {
+        oqDevSDK_DoorLock_DeviceEvent_S event;
+        int result;
+    } cases[] = {
+        {{OQDEVSDK_DOORLOCK_DEVICE_EVT_DOOR, 0, OQDEVSDK_DOORLOCK_DEVICE_ANY, ""}, 0},
+        {{OQDEVSDK_DOORLOCK_DEVICE_EVT_UNLOCK, 0, OQDEVSDK_DOORLOCK_DEVICE_ANY, "dave"}, 0},
+        {{OQDEVSDK_DOORLOCK_DEVICE_EVT_BATTERY, OQDEVSDK_DOORLOCK_POWER_NAME_DOOR, 101, ""},
+         dlsim::kLockErrBadRecord},
+        {{OQDEVSDK_DOORLOCK_DEVICE_EVT_BATTERY, OQDEVSDK_DOORLOCK_POWER_NAME_VIDEO_LOCK, 50, ""},
+         dlsim::kLockErrBadRecord},
+        {{OQDEVSDK_DOORLOCK_DEVICE_EVT_UNLOCK, 0, 256, "eve"}, dlsim::kLockErrBadRecord},
+        {{99, 0, 0, ""}, dlsim::kLockErrBadRecord},
+    };
+    for (const Case &c : cases) {
+        EXPECT_EQ(dlsim::Lock::DeviceEvent(&c.event), c.result) << c.event.iEvent;
+    }
+    oqDevSDK_DoorLock_LockStatus_S status{};
+    oqDevSDK_DoorLock_Msg_S msg{OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS, &status, sizeof status};
+    ASSERT_EQ(dlsim::Lock::Callbacks().Get_Runtime_Info(&msg), 0);
+    EXPECT_EQ(status.ucDoorState, dlsim::kDoorOpen);  // ANY: the other state
+    EXPECT_EQ(status.ucLockState, dlsim::kBoltUnlocked);
+    EXPECT_EQ(dlsim::Lock::DeviceEvent(nullptr), dlsim::kLockErrBadRecord);
+}
+
 TEST_F(PlayerTest, EntryPointsAndRequestBodiesAreTakenAsWritten) {
     dir = ::testing::TempDir();
     std::ofstream(dir + "/body.xml") << "<Request>\n  <A/>\n</Request>\n";
