@@ -276,16 +276,13 @@ int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) {
     return ret;
 }
 
-bool FillUserInfo(DoorLock_XmlWriter &xml, const oqDevSDK_DoorLock_UserInfo_S *info) {
-    if (info == nullptr) {
-        return xml.Ok();
-    }
-    const unsigned int users = info->usUserNum < OQDEVSDK_DOORLOCK_MAX_USERS
-                                   ? info->usUserNum
+bool FillUserInfo(DoorLock_XmlWriter &xml, const oqDevSDK_DoorLock_UserInfo_S &info) {
+    const unsigned int users = info.usUserNum < OQDEVSDK_DOORLOCK_MAX_USERS
+                                   ? info.usUserNum
                                    : OQDEVSDK_DOORLOCK_MAX_USERS;
     // Checked per user only to name the one that did not fit.
     for (unsigned int i = 0; i < users && xml.Ok(); ++i) {
-        FillUser(xml, info->astUser[i]);
+        FillUser(xml, info.astUser[i]);
         if (!xml.Ok()) {
             oqdev_debug(kLogError, "Failed to fill user info, index=%u.\n", i);
         }

@@ -17,7 +17,7 @@ int ParseSetUserInfo(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg);
 // position. Counts beyond the record's arrays are clamped. False (logged with
 // the user that did not fit) when the document ran out of memory: the writer
 // then holds the failure and the list is never sent.
-bool FillUserInfo(DoorLock_XmlWriter &xml, const oqDevSDK_DoorLock_UserInfo_S *info);
+bool FillUserInfo(DoorLock_XmlWriter &xml, const oqDevSDK_DoorLock_UserInfo_S &info);
 
 }  // namespace norla
 

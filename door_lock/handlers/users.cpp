@@ -31,7 +31,7 @@ void AddUserTable(DoorLock_XmlWriter &response) {
     DoorLock_xml_add_dev_serial(response);
     auto table = FetchUserTable();
     if (table) {
-        FillUserInfo(response, table.get());
+        FillUserInfo(response, *table);
     }
 }
 
@@ -65,7 +65,7 @@ int ReqHnd_QueryUserInfo(CMarkupSTL & /*request*/, DoorLock_XmlWriter &response)
     if (!table) {
         return kResultRefused;
     }
-    FillUserInfo(response, table.get());
+    FillUserInfo(response, *table);
     return kResultOk;
 }
 

@@ -39,7 +39,8 @@ Digits ReadDigits(const char *p, std::size_t width) noexcept {
     Digits d;
     d.pEnd = p;
     std::size_t used = 0;
-    if (used < width && (*p == '+' || *p == '-')) {
+    // Every width is at least 1: a sign always fits.
+    if (*p == '+' || *p == '-') {
         d.bNegative = *p == '-';
         ++p;
         ++used;

@@ -131,8 +131,9 @@ int PowerStatus_Report(int /*arg*/) {
         return -1;
     }
     // usPowerNum is the lock's word; never read past the record's entries.
-    for (int i = 0; i < g_stPowerStatus.usPowerNum && i < OQDEVSDK_DOORLOCK_POWER_REPORT_MAX &&
-                    i < OQDEVSDK_DOORLOCK_POWER_MAX;
+    static_assert(OQDEVSDK_DOORLOCK_POWER_REPORT_MAX <= OQDEVSDK_DOORLOCK_POWER_MAX,
+                  "reported entries lie within the record");
+    for (int i = 0; i < g_stPowerStatus.usPowerNum && i < OQDEVSDK_DOORLOCK_POWER_REPORT_MAX;
          ++i) {
         if (!AddPowerEntry(list.get(), g_stPowerStatus.stPower[i])) {
             return -1;

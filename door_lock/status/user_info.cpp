@@ -30,7 +30,7 @@ int UserInfo_Report(int /*arg*/) {
     DoorLock_XmlWriter xml(doc);
     DoorLock_xml_init_report(xml);
     // A list cut short by a failed allocation is not sent at all.
-    if (!FillUserInfo(xml, &g_stUserInfo)) {
+    if (!FillUserInfo(xml, g_stUserInfo)) {
         return -1;
     }
     return DoorLock_send_report(xml, kCmdReportUserInfo);

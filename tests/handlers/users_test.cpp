@@ -153,6 +153,26 @@ TEST_F(UsersTest, OperationZeroAndTheLimitsOfTheRecord) {
     EXPECT_EQ(std::memcmp(&got, &want, sizeof want), 0);
 }
 
+// An action on Contents itself applies to all of them: the record carries
+// its low byte and no single content.
+TEST_F(UsersTest, ContentsActionTakesTheLowByte) {
+    const struct {
+        const char *action;
+        int32_t recorded;
+    } cases[] = {{"3", 3}, {"259", 3}, {"-1", 255}, {"4294967296", 255}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.action);
+        SetReq req;
+        req.contents = std::string(R"(<Contents action=")") + c.action +
+                       R"("><Content index="2" type="3" action="1" str="s"/></Contents>)";
+        EXPECT_EQ(Send(kCmdSetUserInfo, req.Xml()), Response(0, 1));
+        const Cfg got = Sent();
+        EXPECT_EQ(got.iContentsAction, c.recorded);
+        EXPECT_EQ(got.usContentIndex, 0);
+        EXPECT_EQ(got.szContentStr[0], '\0');
+    }
+}
+
 TEST_F(UsersTest, BadRequestsNeverReachTheDevice) {
     const std::string date =
         R"(<Date Weekday="1" Begin="01:00" End="02:00" Num="1" Available="1"/>)";

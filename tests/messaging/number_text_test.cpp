@@ -118,6 +118,7 @@ TEST(NumberText, ScanReadsLikeScanfWithIntFields) {
     int32_t *out[] = {&one};
     EXPECT_EQ(norla::NumText_Scan("1 2", "%d %d", out, 1), 1);
     EXPECT_EQ(norla::NumText_Scan(nullptr, "%d", out, 1), 0);
+    EXPECT_EQ(norla::NumText_Scan("1", nullptr, out, 1), 0);
     EXPECT_EQ(norla::NumText_Scan("1", "%x", out, 1), 0);
 }
 
