@@ -26,8 +26,9 @@ TEST_F(XmlWriterTest, TheFirstFailureSkipsEveryLaterStep) {
         {"an attribute", XmlFault::kSet, 2, kDecl + "<R/>"},
         {"the text", XmlFault::kSet, 3, kDecl + "<R a=\"1\"/>"},
         {"an element", XmlFault::kAdd, 2, kDecl + "<R a=\"1\">7</R>"},
-        {"an int text", XmlFault::kSet, 4, kDecl + "<R a=\"1\">7<B>x</B><C/></R>"},
-        {"a new start", XmlFault::kSet, 5, ""},
+        {"its text", XmlFault::kSet, 4, kDecl + "<R a=\"1\">7<B/></R>"},
+        {"an int text", XmlFault::kSet, 5, kDecl + "<R a=\"1\">7<B>x</B><C/></R>"},
+        {"a new start", XmlFault::kSet, 6, ""},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -35,7 +36,7 @@ TEST_F(XmlWriterTest, TheFirstFailureSkipsEveryLaterStep) {
         norla::DoorLock_XmlWriter xml(doc);
         oqsim::xml_fail_at(c.fault, c.n);
         xml.Start(kDecl.c_str()).Elem("R").Attr("a", 1).Data(7).Into();
-        xml.Elem("B", "x").Elem("C").Data(-3).Out().Start("<Z/>");
+        xml.Elem("B").Data("x").Elem("C").Data(-3).Out().Start("<Z/>");
         oqsim::xml_fail_at(c.fault, 0);
         EXPECT_EQ(xml.Ok(), c.n == 0);
         EXPECT_EQ(doc.GetDoc(), c.doc);
