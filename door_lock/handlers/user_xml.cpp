@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kOptNoIndex = 0;
 constexpr int32_t kUnlimited = OQDEVSDK_DOORLOCK_USER_UNLIMITED;
+
 // OptType: the operation and, for every operation but 0, the user's index.
 bool ParseOpt(CMarkupSTL &request, oqDevSDK_DoorLock_SetUserCfg_S *cfg) {
     if (!FindRequiredElem(request, "OptType", true)) {

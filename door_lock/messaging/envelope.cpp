@@ -2,8 +2,6 @@
 
 #include <pthread.h>
 
-#include <charconv>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
