@@ -18,7 +18,7 @@ constexpr uint32_t kResetHeadWord = 0xFFFFFFFFu;
 constexpr int32_t kResetEnable = -1;
 
 // The last plan the lock reported; only the status-report thread touches it.
-oqDevSDK_DoorLock_AutoFaceUnlockPlan_S g_stAutoFaceUnlockPlan = {
+oqDevSDK_DoorLock_AutoFaceUnlockPlan_S g_auto_face_unlock_plan = {
     kResetHeadWord, 0, kResetEnable, {}};
 
 namespace {
@@ -105,7 +105,7 @@ int DoorAutoFaceUnlockPlan_IsChanged() {
     if (ret != 0) {
         return IsChangedFetchError(ret);
     }
-    if (!TakeIfChanged(g_stAutoFaceUnlockPlan, fetched)) {
+    if (!TakeIfChanged(g_auto_face_unlock_plan, fetched)) {
         return 0;
     }
     oqdev_debug(kLogInfo, "auto face unlock plan IsChanged\n");
@@ -118,7 +118,7 @@ int DoorAutoFaceUnlockPlan_Report(int /*arg*/) {
     oqdev_debug(kLogInfo, "start to report ayuo face unlock plan\n");
     CMarkupSTL doc;
     DoorLock_XmlWriter xml(doc);
-    if (!BuildReport(xml, g_stAutoFaceUnlockPlan)) {
+    if (!BuildReport(xml, g_auto_face_unlock_plan)) {
         oqdev_debug(kLogError, "Failed to build auto face unlock plan report.\n");
         return -1;
     }
@@ -126,10 +126,10 @@ int DoorAutoFaceUnlockPlan_Report(int /*arg*/) {
 }
 
 int DoorAutoFaceUnlockPlan_Reset() {
-    g_stAutoFaceUnlockPlan.uiHeadWord = kResetHeadWord;
-    g_stAutoFaceUnlockPlan.uiChannel = 0;
-    g_stAutoFaceUnlockPlan.iEnable = kResetEnable;
-    std::memset(g_stAutoFaceUnlockPlan.astDay, 0, sizeof g_stAutoFaceUnlockPlan.astDay);
+    g_auto_face_unlock_plan.uiHeadWord = kResetHeadWord;
+    g_auto_face_unlock_plan.uiChannel = 0;
+    g_auto_face_unlock_plan.iEnable = kResetEnable;
+    std::memset(g_auto_face_unlock_plan.astDay, 0, sizeof g_auto_face_unlock_plan.astDay);
     return 0;
 }
 

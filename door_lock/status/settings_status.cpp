@@ -25,7 +25,7 @@ constexpr int32_t kUnknownValue = -1;
 // Only iEnable of a slot is compared and reported. At load slots 0 to 2 are
 // unknown (-1) while slots 3 to 7 start as off (0): a first poll that finds
 // the later switches off sees no change for them.
-oqDevSDK_DoorLock_SwitchCfg_S g_stDoorOpenRemindSwitch[OQDEVSDK_DOORLOCK_SWITCH_NUM] = {
+oqDevSDK_DoorLock_SwitchCfg_S g_door_lock_switch[OQDEVSDK_DOORLOCK_SWITCH_NUM] = {
     {-1, -1, -1}, {-1, -1, -1}, {-1, -1, 0}};
 
 int32_t g_uiDoorFingerStore_Val = kUnknownValue;
@@ -95,8 +95,8 @@ int DoorOpenRemindSwitch_IsChanged() {
         if (DoorLock_BusDev_Fetch(rec) != 0) {
             continue;
         }
-        if (rec.iEnable != g_stDoorOpenRemindSwitch[n].iEnable) {
-            g_stDoorOpenRemindSwitch[n].iEnable = rec.iEnable;
+        if (rec.iEnable != g_door_lock_switch[n].iEnable) {
+            g_door_lock_switch[n].iEnable = rec.iEnable;
             changed = 1;
         }
     }
@@ -112,7 +112,7 @@ int DoorOpenRemindSwitch_Report(int /*arg*/) {
         // not part of the report.
         xml.Elem("Switch")
             .Attr("Channel", 0)
-            .Attr("Enable", g_stDoorOpenRemindSwitch[n].iEnable)
+            .Attr("Enable", g_door_lock_switch[n].iEnable)
             .Attr("Type", kSwitchPlatformTypes[n]);
     }
     xml.Out();
@@ -120,7 +120,7 @@ int DoorOpenRemindSwitch_Report(int /*arg*/) {
 }
 
 int DoorOpenRemindSwitch_Reset() {
-    std::memset(g_stDoorOpenRemindSwitch, 0xFF, sizeof g_stDoorOpenRemindSwitch);
+    std::memset(g_door_lock_switch, 0xFF, sizeof g_door_lock_switch);
     return 0;
 }
 
