@@ -1,5 +1,6 @@
 // doorlock-qualify: checks a device application library against the
 // callbacks' contract, as a lock maker would before a release.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -78,6 +79,12 @@ bool Parse(int argc, char **argv, Arguments *args) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "-h") == 0 || std::strcmp(argv[i], "--help") == 0) {
+            std::fputs(kUsage, stdout);
+            return qualify::kExitConforms;
+        }
+    }
     Arguments args;
     if (!Parse(argc, argv, &args)) {
         std::fputs(kUsage, stderr);
