@@ -171,7 +171,8 @@ static int Get(oqDevSDK_DoorLock_Msg_S *msg) {
             break;
         case DEFECT_RESERVED_TIME:
             if (type == OQDEVSDK_DOORLOCK_FROM_DEV_LOCK_STATUS) {
-                ((oqDevSDK_DoorLock_LockStatus_S *)msg->pData)->ucReserved = (uint8_t)(0x80 | (time(NULL) & 0x7f));
+                ((oqDevSDK_DoorLock_LockStatus_S *)msg->pData)->ucReserved =
+                    (uint8_t)(0x80 | (time(NULL) & 0x7f));
             }
             break;
         case DEFECT_EVENTS_TWICE:
